@@ -1,0 +1,26 @@
+#!/usr/bin/env bash
+# Runs each built libFuzzer target for a bounded time over its seed corpus.
+#   scripts/fuzz.sh [seconds per target]
+set -euo pipefail
+cd "$(dirname "$0")/.."
+secs=${1:-15}
+shopt -s nullglob
+status=0
+for exe in build/fuzz/fuzz/fuzz_*; do
+  [ -x "$exe" ] || continue
+  name=$(basename "$exe"); name=${name#fuzz_}
+  work=$(mktemp -d)
+  seeds=()
+  [ -d "fuzz/corpus/$name" ] && seeds=("fuzz/corpus/$name")
+  echo "-- fuzz_$name for ${secs}s"
+  if ! "$exe" -max_total_time="$secs" -rss_limit_mb=2048 -max_len=65536 -print_final_stats=0 \
+       -artifact_prefix="$work/" "$work" "${seeds[@]}" >"$work/log" 2>&1; then
+    tail -n 40 "$work/log"
+    echo "fuzz_$name found a failure; inputs kept in $work"
+    status=1
+  else
+    grep -E '^#[0-9]+.*DONE' "$work/log" | tail -n 1 || true
+    rm -rf "$work"
+  fi
+done
+exit $status
