@@ -1,0 +1,322 @@
+#include "cfo/cfodocument.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <memory>
+#include <utility>
+#include <vector>
+
+#include "cfo/file.h"
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
+namespace {
+
+// Position of the first byte in [i, n) equal to one of Cs, or n. The hot loops of the
+// cleaner and the tree builder spend their time here, so runs of ordinary text are copied
+// or appended as ranges instead of one byte at a time.
+template <char... Cs>
+inline size_t FindFirstOf(const char* p, size_t i, size_t n)
+{
+#if defined(__SSE2__)
+    while (i + 16 <= n) {
+        __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p + i));
+        __m128i hit = _mm_setzero_si128();
+        ((hit = _mm_or_si128(hit, _mm_cmpeq_epi8(v, _mm_set1_epi8(Cs)))), ...);
+        unsigned mask = static_cast<unsigned>(_mm_movemask_epi8(hit));
+        if (mask)
+            return i + static_cast<size_t>(__builtin_ctz(mask));
+        i += 16;
+    }
+#endif
+    for (; i < n; ++i) {
+        char c = p[i];
+        if (((c == Cs) || ...))
+            return i;
+    }
+    return n;
+}
+
+}  // namespace
+
+// Comments. Rules per character, in this order (the text is read as if a NUL byte
+// followed its end):
+//  - "//" sets the line flag; "/*" adds a block level. Neither looks at the other's
+//    state, so "/*" inside a line comment opens a block and blocks nest.
+//  - inside a block, "*/" closes one level and jumps two ahead; the byte landed on is
+//    not tested as a comment start, only for the end of a line and for copying. A text
+//    ending in "*/" therefore copies the NUL that follows it.
+//  - a newline ends the line flag;
+//  - outside both, everything but a carriage return is copied.
+std::string CfoDocument::StripComments(const std::string& text)
+{
+    const char* s = text.data();
+    const size_t n = text.size();
+    auto at = [s, n](size_t k) -> char { return k < n ? s[k] : '\0'; };
+
+    std::string out;
+    out.resize(n + 1);  // at most every byte plus the trailing NUL
+    char* o = out.data();
+    bool line = false;
+    int64_t depth = 0;
+    size_t i = 0;
+    while (i < n) {
+        if (!line && depth == 0) {
+            size_t j = FindFirstOf<'/', '\r'>(s, i, n);
+            std::memcpy(o, s + i, j - i);
+            o += j - i;
+            i = j;
+        } else {
+            // Inside a comment only these three bytes can change anything.
+            i = FindFirstOf<'/', '*', '\n'>(s, i, n);
+        }
+        if (i >= n)
+            break;
+
+        char c = s[i];
+        char next = at(i + 1);
+        if (c == '/' && next == '/')
+            line = true;
+        if (c == '/' && next == '*')
+            ++depth;
+        if (depth > 0 && c == '*' && next == '/') {
+            --depth;
+            i += 2;
+            c = at(i);  // i <= n here: next was a real byte
+        }
+        if (line && c == '\n')
+            line = false;
+        if (!line && depth == 0 && c != '\r')
+            *o++ = c;
+        ++i;
+    }
+    out.resize(static_cast<size_t>(o - out.data()));
+    return out;
+}
+
+// Blanks and quotes. `\"` is the only escape and yields a quote; a quote toggles the
+// quoted state; quoted bytes are kept as they are, other blanks, newlines, tabs and
+// backslashes are dropped. The quote marks themselves are never kept.
+std::string CfoDocument::StripBlanks(const std::string& text)
+{
+    const char* s = text.data();
+    const size_t n = text.size();
+
+    std::string out;
+    out.resize(n);
+    char* o = out.data();
+    bool quoted = false;
+    size_t i = 0;
+    while (i < n) {
+        size_t j = quoted ? FindFirstOf<'\\', '"'>(s, i, n)
+                          : FindFirstOf<'\\', '"', ' ', '\n', '\t'>(s, i, n);
+        std::memcpy(o, s + i, j - i);
+        o += j - i;
+        i = j;
+        if (i >= n)
+            break;
+
+        char c = s[i];
+        if (c == '\\' && i + 1 < n && s[i + 1] == '"') {
+            *o++ = '"';
+            i += 2;
+            continue;
+        }
+        if (c == '"' && !(i > 0 && s[i - 1] == '\\'))
+            quoted = !quoted;
+        if (quoted) {
+            if (c != '"')
+                *o++ = c;
+        } else if (c != ' ' && c != '\n' && c != '\t' && c != '\\' && c != '"') {
+            *o++ = c;
+        }
+        ++i;
+    }
+    out.resize(static_cast<size_t>(o - out.data()));
+    return out;
+}
+
+// The tree builder. Each scope keeps a pending `token`; `key` is set by "=" and used by the
+// next ";" or "{". Entries:
+//  "{"  opens a child (named `key` if one is pending, else anonymous); the child is
+//       attached when its scope closes, so indices follow the order of closing. The
+//       pending token survives: "abc{}def" leaves "abcdef".
+//  "}"  ends the scope; a pending token becomes a child with that name and no value.
+//  "="  with a token: the token becomes the key.
+//  ";"  with a token: key=token makes a child; without a key the token is dropped.
+// Nested scopes live on an explicit stack, so the depth of a document costs heap, not
+// call stack. A scope's key is always empty when a child scope opens, so only the token
+// has to be kept per level.
+size_t CfoDocument::ParseScope(CfoNode* node, const std::string& text, size_t pos)
+{
+    struct Scope {
+        CfoNode* node;
+        std::string token;
+    };
+    const char* s = text.data();
+    const size_t n = text.size();
+
+    std::vector<Scope> scopes;
+    scopes.push_back({node, std::string()});
+    std::string key;
+    for (;;) {
+        size_t ret;
+        for (;;) {
+            if (pos >= n) {
+                ret = n;
+                break;
+            }
+            Scope& scope = scopes.back();
+            char c = s[pos];
+            if (c == '{') {
+                CfoNode* child = new CfoNode();
+                child->parent = scope.node;
+                if (!key.empty()) {
+                    child->name = std::move(key);
+                    key.clear();
+                }
+                scopes.push_back({child, std::string()});
+                ++pos;
+            } else if (c == '}') {
+                if (!scope.token.empty()) {
+                    CfoNode* child = new CfoNode();
+                    child->parent = scope.node;
+                    child->name = std::move(scope.token);
+                    scope.node->AddChild(child);
+                }
+                ret = pos;
+                break;
+            } else if (c == '=') {
+                if (!scope.token.empty()) {
+                    key.swap(scope.token);
+                    scope.token.clear();
+                }
+                ++pos;
+            } else if (c == ';') {
+                if (!scope.token.empty()) {
+                    if (!key.empty()) {
+                        CfoNode* child = new CfoNode();
+                        child->parent = scope.node;
+                        child->name = std::move(key);
+                        child->value = std::move(scope.token);
+                        scope.node->AddChild(child);
+                        key.clear();
+                    }
+                    scope.token.clear();
+                }
+                ++pos;
+            } else {
+                size_t end = FindFirstOf<'{', '}', '=', ';'>(s, pos, n);
+                scope.token.append(s + pos, end - pos);
+                pos = end;
+            }
+        }
+        // Leave the scope: its key dies with it.
+        key.clear();
+        CfoNode* done = scopes.back().node;
+        scopes.pop_back();
+        if (scopes.empty())
+            return ret;
+        scopes.back().node->AddChild(done);
+        pos = ret + 1;
+    }
+}
+
+bool CfoDocument::Parse(const std::string& text)
+{
+    std::string clean = StripBlanks(StripComments(text));
+    name = "Document";
+
+    size_t opens = static_cast<size_t>(std::count(clean.begin(), clean.end(), '{'));
+    size_t closes = static_cast<size_t>(std::count(clean.begin(), clean.end(), '}'));
+    if (opens != closes) {
+        error = "Parse failed: Missing scopes";
+        std::printf("%s\n", error.c_str());
+        return false;
+    }
+    return ParseScope(this, clean, 0) == clean.size();
+}
+
+bool CfoDocument::LoadFile(const std::string& path)
+{
+    std::string text;
+    {
+        File file(path, File::READ);
+        int64_t got = file.ReadAll();
+        if (got <= 0) {
+            std::printf("CFO Document '%s' not found\n", path.c_str());
+            return false;
+        }
+        // A short read keeps only what really arrived.
+        uint64_t length = std::min<uint64_t>(file.Length(), static_cast<uint64_t>(got));
+        text.assign(file.Data(), static_cast<size_t>(length));
+    }
+    return Parse(text);
+}
+
+bool CfoDocument::SaveFile(const std::string& path)
+{
+    File file(path, File::WRITE);
+    std::string data;
+    Serialise(data);
+    file.Write(data.data(), static_cast<uint32_t>(data.size()), 1);
+    return true;
+}
+
+void CfoDocument::Serialise(std::string& out) const
+{
+    if (children.empty())
+        return;
+    for (const CfoNode* child : children)
+        WriteNode(child, "", out);
+}
+
+// Writes "indent name", then "=value;\n" when there is a value, then "={\n", the
+// children one tab deeper and "indent}\n" when there are children. A node with neither
+// writes no line end, and one with both writes its value line and then a separate block;
+// documents written so far depend on this layout, so it stays.
+void CfoDocument::WriteNode(const CfoNode* node, const std::string& indent, std::string& out)
+{
+    if (!node)
+        return;
+    struct Item {
+        const CfoNode* node;
+        size_t next_child;
+    };
+    std::vector<Item> stack;
+    std::string pad = indent;
+
+    auto open = [&](const CfoNode* n) {
+        out += pad;
+        out += n->name;
+        if (!n->value.empty()) {
+            out += '=';
+            out += n->value;
+            out += ";\n";
+        }
+        if (!n->children.empty()) {
+            out += "={\n";
+            stack.push_back({n, 0});
+            pad += '\t';
+        }
+    };
+
+    open(node);
+    while (!stack.empty()) {
+        Item& top = stack.back();
+        if (top.next_child < top.node->children.size()) {
+            const CfoNode* child = top.node->children[top.next_child++];
+            if (child)
+                open(child);  // may grow the stack: `top` is not used after this
+        } else {
+            pad.pop_back();
+            out += pad;
+            out += "}\n";
+            stack.pop_back();
+        }
+    }
+}

@@ -1,0 +1,30 @@
+#pragma once
+// Typed readers over a CfoNode. Each looks `key` up among the node's children (first
+// match). When the key is absent the reader returns false and leaves `out` alone, so the
+// usual way to give a setting a default is to set the variable and then read it.
+// A present key always returns true, whatever the text converts to.
+//
+// Conversions follow the C library: integers as atoi (leading blanks, a sign, digits,
+// the rest ignored; 0 for no digits), floats as atof. Vectors are comma lists: a token
+// ends at ",", backspace (8) or newline (10); empty tokens are skipped; components no
+// token reaches stay 0.
+
+#include <cstdint>
+#include <string>
+
+#include "math/hvector2.h"
+#include "math/hvector3.h"
+
+class CfoNode;
+
+bool CfoReadBool(const CfoNode* node, const std::string& key, bool& out);  // atoi > 0
+bool CfoReadInt(const CfoNode* node, const std::string& key, int32_t& out);
+bool CfoReadUInt(const CfoNode* node, const std::string& key, uint32_t& out);
+bool CfoReadFloat(const CfoNode* node, const std::string& key, float& out);
+bool CfoReadString(const CfoNode* node, const std::string& key, std::string& out);
+bool CfoReadVector2(const CfoNode* node, const std::string& key, HVector2& out);
+bool CfoReadVector3(const CfoNode* node, const std::string& key, HVector3& out);
+
+// The conversions on their own, for readers of table rows.
+int32_t CfoAtoi(const std::string& text);
+float CfoAtof(const std::string& text);
