@@ -13,7 +13,7 @@ PACKAGES=(
   libgl-dev libgl1-mesa-dev libglu1-mesa-dev libgl1-mesa-dri mesa-utils
   libmpeg2-4-dev
   # graphical tests: virtual X server, synthetic input, screenshots
-  xvfb xauth x11-utils xdotool imagemagick python3
+  xvfb xauth x11-utils x11-apps xdotool imagemagick python3
   # asset tools and comparisons
   libstb-dev fonts-dejavu-core sox libsox-fmt-all ffmpeg libbox2d-dev
 )
