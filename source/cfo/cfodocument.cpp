@@ -52,15 +52,14 @@ inline size_t FindFirstOf(const char* p, size_t i, size_t n)
 //    ending in "*/" therefore copies the NUL that follows it.
 //  - a newline ends the line flag;
 //  - outside both, everything but a carriage return is copied.
-std::string CfoDocument::StripComments(const std::string& text)
-{
-    const char* s = text.data();
-    const size_t n = text.size();
-    auto at = [s, n](size_t k) -> char { return k < n ? s[k] : '\0'; };
+namespace {
 
-    std::string out;
-    out.resize(n + 1);  // at most every byte plus the trailing NUL
-    char* o = out.data();
+// Writes the text without comments to `dest`, which holds n + 1 bytes (every byte plus the
+// trailing NUL at most); returns the length written.
+size_t StripCommentsInto(const char* s, size_t n, char* dest)
+{
+    auto at = [s, n](size_t k) -> char { return k < n ? s[k] : '\0'; };
+    char* o = dest;
     bool line = false;
     int64_t depth = 0;
     size_t i = 0;
@@ -94,28 +93,28 @@ std::string CfoDocument::StripComments(const std::string& text)
             *o++ = c;
         ++i;
     }
-    out.resize(static_cast<size_t>(o - out.data()));
-    return out;
+    return static_cast<size_t>(o - dest);
 }
 
 // Blanks and quotes. `\"` is the only escape and yields a quote; a quote toggles the
 // quoted state; quoted bytes are kept as they are, other blanks, newlines, tabs and
 // backslashes are dropped. The quote marks themselves are never kept.
-std::string CfoDocument::StripBlanks(const std::string& text)
+// Writes the text without blanks and quotes to `dest`, which holds n bytes and may be `s`
+// itself (the output never gets ahead of the input); returns the length written.
+size_t StripBlanksInto(const char* s, size_t n, char* dest)
 {
-    const char* s = text.data();
-    const size_t n = text.size();
-
-    std::string out;
-    out.resize(n);
-    char* o = out.data();
+    char* o = dest;
     bool quoted = false;
     size_t i = 0;
     while (i < n) {
         size_t j = quoted ? FindFirstOf<'\\', '"'>(s, i, n)
                           : FindFirstOf<'\\', '"', ' ', '\n', '\t'>(s, i, n);
-        std::memcpy(o, s + i, j - i);
+        if (o != s + i)
+            std::memmove(o, s + i, j - i);
         o += j - i;
+        // The byte before a quote is read from the input, which writing in place may have
+        // overwritten: keep it aside first.
+        char before = j > 0 ? s[j - 1] : '\0';
         i = j;
         if (i >= n)
             break;
@@ -126,7 +125,7 @@ std::string CfoDocument::StripBlanks(const std::string& text)
             i += 2;
             continue;
         }
-        if (c == '"' && !(i > 0 && s[i - 1] == '\\'))
+        if (c == '"' && !(i > 0 && before == '\\'))
             quoted = !quoted;
         if (quoted) {
             if (c != '"')
@@ -136,7 +135,22 @@ std::string CfoDocument::StripBlanks(const std::string& text)
         }
         ++i;
     }
-    out.resize(static_cast<size_t>(o - out.data()));
+    return static_cast<size_t>(o - dest);
+}
+
+}  // namespace
+
+std::string CfoDocument::StripComments(const std::string& text)
+{
+    std::string out(text.size() + 1, '\0');
+    out.resize(StripCommentsInto(text.data(), text.size(), out.data()));
+    return out;
+}
+
+std::string CfoDocument::StripBlanks(const std::string& text)
+{
+    std::string out(text.size(), '\0');
+    out.resize(StripBlanksInto(text.data(), text.size(), out.data()));
     return out;
 }
 
@@ -153,12 +167,15 @@ std::string CfoDocument::StripBlanks(const std::string& text)
 // has to be kept per level.
 size_t CfoDocument::ParseScope(CfoNode* node, const std::string& text, size_t pos)
 {
+    return ParseScope(node, text.data(), text.size(), pos);
+}
+
+size_t CfoDocument::ParseScope(CfoNode* node, const char* s, size_t n, size_t pos)
+{
     struct Scope {
         CfoNode* node;
         std::string token;
     };
-    const char* s = text.data();
-    const size_t n = text.size();
 
     std::vector<Scope> scopes;
     scopes.push_back({node, std::string()});
@@ -226,19 +243,53 @@ size_t CfoDocument::ParseScope(CfoNode* node, const std::string& text, size_t po
     }
 }
 
+namespace {
+
+// Number of "{" minus number of "}".
+int64_t BraceBalance(const char* p, size_t n)
+{
+    int64_t balance = 0;
+    size_t i = 0;
+#if defined(__SSE2__)
+    // Per-byte counters (a compare gives -1 per hit), summed into 64-bit lanes before any
+    // byte can overflow.
+    const __m128i open = _mm_set1_epi8('{');
+    const __m128i close = _mm_set1_epi8('}');
+    const __m128i zero = _mm_setzero_si128();
+    while (i + 16 <= n) {
+        __m128i opens = zero, closes = zero;
+        for (int round = 0; round < 255 && i + 16 <= n; ++round, i += 16) {
+            __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p + i));
+            opens = _mm_sub_epi8(opens, _mm_cmpeq_epi8(v, open));
+            closes = _mm_sub_epi8(closes, _mm_cmpeq_epi8(v, close));
+        }
+        __m128i so = _mm_sad_epu8(opens, zero);
+        __m128i sc = _mm_sad_epu8(closes, zero);
+        balance += _mm_cvtsi128_si64(so) + _mm_cvtsi128_si64(_mm_unpackhi_epi64(so, so));
+        balance -= _mm_cvtsi128_si64(sc) + _mm_cvtsi128_si64(_mm_unpackhi_epi64(sc, sc));
+    }
+#endif
+    for (; i < n; ++i)
+        balance += (p[i] == '{') - (p[i] == '}');
+    return balance;
+}
+
+}  // namespace
+
 bool CfoDocument::Parse(const std::string& text)
 {
-    std::string clean = StripBlanks(StripComments(text));
+    // Both cleaning passes share one buffer: the second works in place.
+    std::unique_ptr<char[]> clean(new char[text.size() + 1]);
+    size_t size = StripCommentsInto(text.data(), text.size(), clean.get());
+    size = StripBlanksInto(clean.get(), size, clean.get());
     name = "Document";
 
-    size_t opens = static_cast<size_t>(std::count(clean.begin(), clean.end(), '{'));
-    size_t closes = static_cast<size_t>(std::count(clean.begin(), clean.end(), '}'));
-    if (opens != closes) {
+    if (BraceBalance(clean.get(), size) != 0) {
         error = "Parse failed: Missing scopes";
         std::printf("%s\n", error.c_str());
         return false;
     }
-    return ParseScope(this, clean, 0) == clean.size();
+    return ParseScope(this, clean.get(), size, 0) == size;
 }
 
 bool CfoDocument::LoadFile(const std::string& path)

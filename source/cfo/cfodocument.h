@@ -40,6 +40,7 @@ public:
     // The tree builder: reads entries of `text` from `pos` into `node` until a "}" of this
     // scope (its position is returned) or the end (text.size() is returned).
     static size_t ParseScope(CfoNode* node, const std::string& text, size_t pos);
+    static size_t ParseScope(CfoNode* node, const char* text, size_t size, size_t pos);
 
     // The two cleaning passes, exposed for tests and tools.
     static std::string StripComments(const std::string& text);

@@ -1,0 +1,135 @@
+// Parse throughput of CfoDocument on a level-geometry-shaped table, against RapidJSON's
+// DOM parse of the same content written as JSON, and against the byte-at-a-time
+// reference parser kept with the tests.
+//
+// The document is about 20 MB: one named scope holding rows of 11 comma-separated floats
+// as anonymous scopes ("{1.0,2.0,...}"), the form every row table of the engine uses.
+// JSON forms: "rows" keeps the same tree ({"geometry":[["1.0,2.0,..."],...]}: each row an
+// array with one string), "cells" splits each row into 11 strings.
+#include <benchmark/benchmark.h>
+
+#include <rapidjson/document.h>
+
+#include <cstdio>
+#include <random>
+#include <string>
+
+#include "cfo/cfodocument.h"
+#include "cfo_reference.h"
+
+namespace {
+
+constexpr size_t kTargetBytes = 20u * 1024 * 1024;
+
+struct Corpus {
+    std::string cfo, json_rows, json_cells;
+    size_t rows = 0;
+};
+
+const Corpus& GetCorpus()
+{
+    static Corpus corpus = [] {
+        Corpus c;
+        std::mt19937 rng(1);
+        std::uniform_real_distribution<float> value(-500.0f, 500.0f);
+        c.cfo = "// level geometry\ngeometry={\n";
+        c.json_rows = "{\"geometry\":[";
+        c.json_cells = "{\"geometry\":[";
+        char cell[32];
+        while (c.cfo.size() < kTargetBytes) {
+            std::string row;
+            std::string cells = "[";
+            for (int k = 0; k < 11; ++k) {
+                std::snprintf(cell, sizeof(cell), "%.4f", static_cast<double>(value(rng)));
+                if (k) {
+                    row += ',';
+                    cells += ',';
+                }
+                row += cell;
+                cells += '"';
+                cells += cell;
+                cells += '"';
+            }
+            cells += ']';
+            if (c.rows) {
+                c.json_rows += ',';
+                c.json_cells += ',';
+            }
+            c.cfo += "\t{" + row + "}\n";
+            c.json_rows += "[\"" + row + "\"]";
+            c.json_cells += cells;
+            ++c.rows;
+        }
+        c.cfo += "}\n";
+        c.json_rows += "]}";
+        c.json_cells += "]}";
+        return c;
+    }();
+    return corpus;
+}
+
+void BM_CfoParse(benchmark::State& state)
+{
+    const Corpus& c = GetCorpus();
+    for (auto _ : state) {
+        CfoDocument doc;
+        bool ok = doc.Parse(c.cfo);
+        if (!ok || doc.FindChild("geometry")->children.size() != c.rows) {
+            state.SkipWithError("CFO parse gave the wrong tree");
+            break;
+        }
+        benchmark::DoNotOptimize(doc.children.data());
+    }
+    state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * c.cfo.size()));
+    state.counters["bytes"] = static_cast<double>(c.cfo.size());
+}
+
+void BM_CfoParseReference(benchmark::State& state)
+{
+    const Corpus& c = GetCorpus();
+    for (auto _ : state) {
+        CfoNode root;
+        bool ok = cforef::Parse(&root, c.cfo);
+        if (!ok) {
+            state.SkipWithError("reference parse failed");
+            break;
+        }
+        benchmark::DoNotOptimize(root.children.data());
+    }
+    state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * c.cfo.size()));
+}
+
+void RapidJsonParse(benchmark::State& state, const std::string& json)
+{
+    const Corpus& c = GetCorpus();
+    for (auto _ : state) {
+        rapidjson::Document doc;
+        doc.Parse(json.c_str(), json.size());
+        if (doc.HasParseError() || doc["geometry"].Size() != c.rows) {
+            state.SkipWithError("RapidJSON parse failed");
+            break;
+        }
+        benchmark::DoNotOptimize(&doc);
+    }
+    state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * json.size()));
+    state.counters["bytes"] = static_cast<double>(json.size());
+}
+
+void BM_RapidJsonDomRows(benchmark::State& state)
+{
+    RapidJsonParse(state, GetCorpus().json_rows);
+}
+
+void BM_RapidJsonDomCells(benchmark::State& state)
+{
+    RapidJsonParse(state, GetCorpus().json_cells);
+}
+
+}  // namespace
+
+BENCHMARK(BM_CfoParse)->Unit(benchmark::kMillisecond)->MinTime(2.0);
+BENCHMARK(BM_CfoParseReference)->Unit(benchmark::kMillisecond)->MinTime(2.0);
+BENCHMARK(BM_RapidJsonDomRows)->Unit(benchmark::kMillisecond)->MinTime(2.0);
+BENCHMARK(BM_RapidJsonDomCells)->Unit(benchmark::kMillisecond)->MinTime(2.0);
+
+BENCHMARK_MAIN();
