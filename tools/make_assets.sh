@@ -43,6 +43,9 @@ mkdir -p "$out/resources/video"
     -map_metadata -1 -c:v mpeg2video -pix_fmt yuv420p -q:v 6 -g 12 -bf 2 \
     -threads 1 -filter_threads 1 -sws_flags bilinear -flags +bitexact -fflags +bitexact \
     -f mpeg2video "$out/resources/video/intro.m2v"
+# The encoder leaves the stream open; the end-of-sequence code lets the decoder hand out its
+# last pictures and report the end.
+printf '\000\000\001\267' >>"$out/resources/video/intro.m2v"
 
 if [ -n "$sheet" ]; then
   "$ASSETGEN" contact "$out" "$fonts" "$sheet"
