@@ -92,10 +92,10 @@ void Camera::MoveLocal(float fRight, float fUp, float fBack) {
     position += rotation.xAxis() * fRight + rotation.yAxis() * fUp + rotation.zAxis() * fBack;
 }
 
-void Camera::SetupView(float fAspect, float fNear, float fFar) const {
+void Camera::SetupView(double aspect, double zNear, double zFar) const {
     glMatrixMode(GL_PROJECTION);
     glLoadIdentity();
-    gluPerspective(fov, fAspect, fNear, fFar);
+    gluPerspective(fov, aspect, zNear, zFar);
     glMatrixMode(GL_MODELVIEW);
     glLoadIdentity();
     gluLookAt(position.x, position.y, position.z, target.x, target.y, target.z, up.x, up.y, up.z);

@@ -55,5 +55,6 @@ public:
 
     // Projection gluPerspective(fov, aspect, near, far) and model-view
     // gluLookAt(position, target, up); leaves the model-view matrix current.
-    void SetupView(float fAspect = 1.33f, float fNear = 1.0f, float fFar = 5000.0f) const;
+    // The game always uses an aspect of 1.33 whatever the window's shape.
+    void SetupView(double aspect = 1.33, double zNear = 1.0, double zFar = 5000.0) const;
 };

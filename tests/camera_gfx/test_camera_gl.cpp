@@ -86,7 +86,7 @@ TEST(CameraGl, SetupViewLoadsPerspectiveAndLookAt) {
     EXPECT_EQ(mode, GL_MODELVIEW);
 
     float f = 1.0f / std::tan(30.0f * HMath::fDeg2Rad);
-    EXPECT_NEAR(P[0], f / 1.33f, 1e-5f);
+    EXPECT_NEAR(P[0], f / 1.33, 1e-5);
     EXPECT_NEAR(P[5], f, 1e-5f);
     EXPECT_NEAR(P[10], -5001.0f / 4999.0f, 1e-5f);
     EXPECT_NEAR(P[11], -1.0f, 0.0f);
