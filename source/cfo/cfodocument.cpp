@@ -1,6 +1,7 @@
 #include "cfo/cfodocument.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
@@ -149,8 +150,9 @@ std::string CfoDocument::StripComments(const std::string& text)
 
 std::string CfoDocument::StripBlanks(const std::string& text)
 {
-    std::string out(text.size(), '\0');
-    out.resize(StripBlanksInto(text.data(), text.size(), out.data()));
+    // In place, as Parse does it.
+    std::string out = text;
+    out.resize(StripBlanksInto(out.data(), out.size(), out.data()));
     return out;
 }
 
@@ -172,6 +174,7 @@ size_t CfoDocument::ParseScope(CfoNode* node, const std::string& text, size_t po
 
 size_t CfoDocument::ParseScope(CfoNode* node, const char* s, size_t n, size_t pos)
 {
+    assert(node != nullptr);
     struct Scope {
         CfoNode* node;
         std::string token;
@@ -332,8 +335,7 @@ void CfoDocument::Serialise(std::string& out) const
 // documents written so far depend on this layout, so it stays.
 void CfoDocument::WriteNode(const CfoNode* node, const std::string& indent, std::string& out)
 {
-    if (!node)
-        return;
+    assert(node != nullptr);
     struct Item {
         const CfoNode* node;
         size_t next_child;

@@ -4,6 +4,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <string>
 
@@ -11,19 +12,32 @@
 
 namespace cfotest {
 
-inline const std::string& TempDir()
-{
-    static std::string dir = [] {
+// Removed with everything in it when the process ends.
+struct TempFolder {
+    std::string path;
+    TempFolder()
+    {
         char pattern[] = "/tmp/velmora_cfo_XXXXXX";
         const char* made = mkdtemp(pattern);
-        std::string path = made ? made : "";
+        path = made ? made : "";
         if (!path.empty()) {
             FileSystemMount(path);
             FileSystemSetWriteDir(path);
         }
-        return path;
-    }();
-    return dir;
+    }
+    ~TempFolder()
+    {
+        if (!path.empty()) {
+            std::error_code ignored;
+            std::filesystem::remove_all(path, ignored);
+        }
+    }
+};
+
+inline const std::string& TempDir()
+{
+    static TempFolder folder;
+    return folder.path;
 }
 
 inline void WriteNative(const std::string& name, const std::string& bytes)

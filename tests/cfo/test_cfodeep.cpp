@@ -1,6 +1,9 @@
 // Hostile sizes and shapes: deep nesting, huge values, large documents, garbage bytes.
 #include <gtest/gtest.h>
 
+#include <pthread.h>
+
+#include <functional>
 #include <random>
 #include <string>
 
@@ -20,7 +23,62 @@ size_t ChainDepth(const CfoNode* node)
     return depth;
 }
 
+// Runs `work` on a thread with a 256 KB stack: a walk that recursed once per level of a
+// 10 000-deep tree would overflow it, so these tests fail for a recursive implementation.
+bool RunOnSmallStack(const std::function<void()>& work)
+{
+    pthread_attr_t attr;
+    if (pthread_attr_init(&attr) != 0)
+        return false;
+    pthread_attr_setstacksize(&attr, 256 * 1024);
+    pthread_t thread;
+    auto trampoline = [](void* arg) -> void* {
+        (*static_cast<const std::function<void()>*>(arg))();
+        return nullptr;
+    };
+    bool started = pthread_create(&thread, &attr, trampoline, const_cast<std::function<void()>*>(&work)) == 0;
+    pthread_attr_destroy(&attr);
+    if (started)
+        pthread_join(thread, nullptr);
+    return started;
+}
+
 }  // namespace
+
+TEST(CfoDeep, SmallStackParseWriteAndFreeTenThousandDeep)
+{
+    const size_t depth = 10000;
+    bool parsed = false;
+    size_t chain = 0, written = 0;
+    std::string printed;
+    ASSERT_TRUE(RunOnSmallStack([&] {
+        CfoDocument* doc = new CfoDocument();
+        parsed = doc->Parse(std::string(depth, '{') + std::string(depth, '}'));
+        for (const CfoNode* node = doc; node->FirstChild(); node = node->FirstChild())
+            ++chain;
+        std::string out;
+        doc->Serialise(out);
+        written = out.size();
+        testing::internal::CaptureStdout();
+        doc->Print();
+        printed = testing::internal::GetCapturedStdout();
+        delete doc;
+    }));
+    EXPECT_TRUE(parsed);
+    EXPECT_EQ(chain, depth);
+    // Every level but the last writes "={\n" and "}\n" at its indent; the last, with
+    // neither value nor children, writes only its indent.
+    size_t expected = 0;
+    for (size_t d = 0; d + 1 < depth; ++d)
+        expected += d + 3 + d + 2;
+    expected += depth - 1;
+    EXPECT_EQ(written, expected);
+    // "Document" plus one line per level, one blank per level.
+    size_t expected_print = 9;
+    for (size_t d = 1; d <= depth; ++d)
+        expected_print += d + 1;
+    EXPECT_EQ(printed.size(), expected_print);
+}
 
 TEST(CfoDeep, TenThousandNestedScopes)
 {
