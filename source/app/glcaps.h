@@ -7,7 +7,7 @@
 // empty or holds a blank is never found. No message.
 bool FindExtension(const char* extensions, const char* name);
 
-// Whole-word search in glGetString(GL_EXTENSIONS). A name that is not in the list at all
+// Whole-word search in glGetString(GL_EXTENSIONS). A name not found as a whole word
 // prints "!OpenGL extension '<name>' not supported". An empty name or one holding a
 // blank gives false without a message.
 bool CheckExtension(const char* name);
