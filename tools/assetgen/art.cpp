@@ -221,7 +221,7 @@ Image Cobbles() {
   for (int y = 0; y < 256; ++y)
     for (int x = 0; x < 256; ++x) {
       float f1, f2;
-      int id;
+      int id = 0;
       CellDistances(x / 32.0f, y / 32.0f, cells, 5, &f1, &f2, &id);
       float edge = f2 - f1;
       float stone = Hash01(id, 0, 9);
