@@ -1,0 +1,103 @@
+// The process: banner, data folder, configuration, the SceneManager and its tree, the
+// frame loop and the shut-down. Everything goes to standard output, line by line.
+
+#include <cstdio>
+
+#include "app/banner.h"
+#include "app/window.h"
+#include "cfo/cfodocument.h"
+#include "cfo/file.h"
+#include "events/events.h"
+#include "scene/scenemanager.h"
+
+namespace {
+
+// The configuration named on the command line, else the default one; 0 when neither
+// can be read (after "Could not read configuration file").
+CfoDocument* ReadConfiguration(int argc, char** argv) {
+  std::string config_name = "conf_pc.cfo";
+  config_name = "conf_pc_d.cfo";  // the debug configuration is the one that counts
+
+  CfoDocument* config = nullptr;
+  if (argc > 1) {
+    config = new CfoDocument();
+    if (!config->LoadFile(argv[1])) {
+      delete config;
+      config = nullptr;
+    }
+  }
+  if (config == nullptr) {
+    config = new CfoDocument();
+    if (!config->LoadFile(config_name)) {
+      delete config;
+      printf("Could not read configuration file\n");
+      return nullptr;
+    }
+  }
+  return config;
+}
+
+// Every class that documents may name.
+void RegisterClasses(SceneManager* scene_manager) {
+  ClassRegistry* classes = scene_manager->GetClasses();
+  classes->Register<SceneManager>();
+  // --- the GUI, scene, game and world classes register here, in this order:
+  // --- CustomGuiLayer, GameGuiLayer, GUIWindow, GUIButton, GUIImage, GUIVideo, GUIList,
+  // --- GUIFileWindow, Scene, Player, EnemyPoliceDude, StaticGeometry, Trigger, Doors,
+  // --- Item, WorldGeometry.
+}
+
+// The tree from the configuration's own node, bound, and the world paused until the
+// menu starts the game.
+void BuildTree(SceneManager* scene_manager, CfoDocument* config) {
+  CfoNode* node = config->FindChild(scene_manager->GetTypeName());
+  scene_manager->LoadTree(node, scene_manager);
+  scene_manager->BindTree(scene_manager);
+  scene_manager->Post(new ResumeGameEvent(false));
+}
+
+void RunFrames(SceneManager* scene_manager, Window* window) {
+  while (scene_manager->Update()) {
+    scene_manager->Post(
+        new FrameEvent(scene_manager->dt, scene_manager->time, scene_manager, window));
+    scene_manager->render_queue.Flush();
+    scene_manager->CleanUpObjects();
+  }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  // Logs reach pipes line by line.
+  setvbuf(stdout, nullptr, _IOLBF, 0);
+
+  PrintBanner(stdout);
+
+  // A failed mount is reported and the start goes on; every later file fails on its own.
+  SceneManager::AddSearchPath("data/");
+
+  CfoDocument* config = ReadConfiguration(argc, argv);
+  if (config == nullptr) return 0;
+
+  SceneManager* scene_manager = new SceneManager();
+  Window* window = new Window();
+
+  // --- window: Window::Init with the "Window" node, the capability checks, the GL
+  // --- information lines and the loading screen go here.
+  // --- resources: default texture, global font, shaders, sound and the resource loaders.
+
+  RegisterClasses(scene_manager);
+  BuildTree(scene_manager, config);
+
+  delete config;  // no node pointer outlives this
+  config = nullptr;
+
+  PrintClosingLine(stdout);
+
+  RunFrames(scene_manager, window);
+
+  scene_manager->DestroyTree(scene_manager, scene_manager);
+  delete window;
+  delete scene_manager;
+  return 0;
+}
