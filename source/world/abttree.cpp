@@ -3,15 +3,12 @@
 #include <cstdio>
 #include <iostream>
 
+#include "app/settings.h"
 #include "cfo/cfodocument.h"
 #include "cfo/cfonode.h"
 #include "scene/camera.h"
 #include "world/worldloading.h"
 
-#if __has_include("app/settings.h")
-#include "app/settings.h"
-#define VELMORA_HAS_SETTINGS 1
-#endif
 
 namespace {
 
@@ -54,11 +51,7 @@ void ABTTree::Clear() {
 bool ABTTree::Load(std::string path) {
     CfoDocument doc;
     bool ok = doc.LoadFile(path);
-#ifdef VELMORA_HAS_SETTINGS
     int64_t limit = max_elements_indices;
-#else
-    int64_t limit = 0;
-#endif
     // A file that did not load or parse reads as an empty one.
     LoadDocument(ok ? &doc : nullptr, limit);
     return false;

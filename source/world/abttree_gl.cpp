@@ -2,25 +2,14 @@
 
 #include <vector>
 
+#include "app/settings.h"
 #include "gl/glprocs.h"
 #include "resources/resourcemanager.h"
 #include "world/abttree.h"
 #include "world/worldloading.h"
 
-#if __has_include("app/settings.h")
-#include "app/settings.h"
-#define VELMORA_HAS_SETTINGS 1
-#endif
 
 namespace {
-
-float AnisotropicFiltering() {
-#ifdef VELMORA_HAS_SETTINGS
-    return r_anisotropic_filtering;
-#else
-    return 1.0f;
-#endif
-}
 
 void Upload(uint32_t& name, const std::vector<float>& data) {
     GLuint id = 0;
@@ -83,7 +72,7 @@ public:
             glBindTexture(GL_TEXTURE_2D, 0);
         glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_LINEAR);
         glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_LINEAR_MIPMAP_LINEAR);
-        float anisotropy = AnisotropicFiltering();
+        float anisotropy = r_anisotropic_filtering;
         glTexParameterfv(GL_TEXTURE_2D, GL_TEXTURE_MAX_ANISOTROPY_EXT, &anisotropy);
     }
 

@@ -2,9 +2,7 @@
 
 #include <SDL.h>
 
-// The window's loading screen. Declared weak so that tools and tests that link the world
-// without the window code still link; they never have a current context anyway.
-extern void DrawLoadingScreen(const std::string& text, bool clear) __attribute__((weak));
+#include "app/draw.h"
 
 namespace {
 WorldLoadingHook loading_hook = nullptr;
@@ -17,5 +15,5 @@ void WorldLoadingScreen(const std::string& text, bool clear) {
         loading_hook(text, clear);
         return;
     }
-    if (DrawLoadingScreen && SDL_GL_GetCurrentContext() != nullptr) DrawLoadingScreen(text, clear);
+    if (SDL_GL_GetCurrentContext() != nullptr) DrawLoadingScreen(text, clear);
 }

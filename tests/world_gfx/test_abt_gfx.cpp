@@ -9,6 +9,7 @@
 #include <fstream>
 #include <vector>
 
+#include "app/settings.h"
 #include "cfo/file.h"
 #include "gl/glprocs.h"
 #include "resources/resourcemanager.h"
@@ -131,6 +132,8 @@ protected:
         builder.Export(Scratch() + "/level.abt");
 
         resources.RegisterType<TextureDDS>("dds");
+        glGetIntegerv(GL_MAX_ELEMENTS_INDICES, &max_elements_indices);
+        ASSERT_GT(max_elements_indices, 0);
         tree.Load("level.abt");
         ASSERT_GT(tree.nodes.size(), 3u);
         tree.BuildVertexBuffers();
