@@ -20,8 +20,14 @@ public:
             {fEntry20, fEntry21, fEntry22}} {}
     explicit HMatrix3(const float arr[3][3]);
 
-    float* operator[](unsigned iRow) { return m[iRow]; }
-    const float* operator[](unsigned iRow) const { return m[iRow]; }
+    float* operator[](unsigned iRow) {
+        assert(iRow < 3);
+        return m[iRow];
+    }
+    const float* operator[](unsigned iRow) const {
+        assert(iRow < 3);
+        return m[iRow];
+    }
 
     HVector3 GetColumn(int iCol) const;
     void SetColumn(int iCol, const HVector3& vec);

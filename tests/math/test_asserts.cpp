@@ -43,6 +43,12 @@ TEST(MathAssertDeathTest, Matrix3Column) {
     EXPECT_DEATH(m.SetColumn(3, HVector3::ZERO), "Assertion `0 <= iCol && iCol < 3' failed");
 }
 
+TEST(MathAssertDeathTest, Matrix3Row) {
+    g_index = 3;
+    HMatrix3 m;
+    EXPECT_DEATH((void)m[g_index], "hmatrix3\\.h:[0-9]+: .*Assertion `iRow < 3' failed");
+}
+
 TEST(MathAssertDeathTest, Matrix4Row) {
     g_index = 4;
     HMatrix4 m;
