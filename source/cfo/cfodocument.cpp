@@ -100,8 +100,8 @@ size_t StripCommentsInto(const char* s, size_t n, char* dest)
 // Blanks and quotes. `\"` is the only escape and yields a quote; a quote toggles the
 // quoted state; quoted bytes are kept as they are, other blanks, newlines, tabs and
 // backslashes are dropped. The quote marks themselves are never kept.
-// Writes the text without blanks and quotes to `dest`, which holds n bytes and may be `s`
-// itself (the output never gets ahead of the input); returns the length written.
+// The result goes to `dest`, which holds n bytes and may be `s` itself: the output never
+// gets ahead of the input. Returns the length written.
 size_t StripBlanksInto(const char* s, size_t n, char* dest)
 {
     char* o = dest;
@@ -113,8 +113,8 @@ size_t StripBlanksInto(const char* s, size_t n, char* dest)
         if (o != s + i)
             std::memmove(o, s + i, j - i);
         o += j - i;
-        // The byte before a quote is read from the input, which writing in place may have
-        // overwritten: keep it aside first.
+        // The input byte before position j. Working in place, the output has only reached
+        // j - 1 when everything so far was copied unchanged, so this is still the input.
         char before = j > 0 ? s[j - 1] : '\0';
         i = j;
         if (i >= n)
