@@ -13,15 +13,23 @@
 
 namespace testfiles {
 
+// The folder lives as long as the process and is removed at exit.
+struct ScratchFolder {
+    std::string path;
+    ScratchFolder() {
+        path = (std::filesystem::temp_directory_path() / ("velmora_res_" + std::to_string(getpid()))).string();
+        std::filesystem::create_directories(path);
+        FileSystemMount(path);
+    }
+    ~ScratchFolder() {
+        std::error_code ignored;
+        std::filesystem::remove_all(path, ignored);
+    }
+};
+
 inline const std::string& ScratchDir() {
-    static std::string dir = [] {
-        std::string d = (std::filesystem::temp_directory_path() /
-                         ("velmora_res_" + std::to_string(getpid()))).string();
-        std::filesystem::create_directories(d);
-        FileSystemMount(d);
-        return d;
-    }();
-    return dir;
+    static ScratchFolder folder;
+    return folder.path;
 }
 
 // Writes `bytes` as `name` (a path on the search path) into the scratch folder.
