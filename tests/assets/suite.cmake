@@ -27,3 +27,18 @@ if(VELMORA_TOOLS)
             ${CMAKE_CURRENT_BINARY_DIR}/assets_regenerated)
   set_tests_properties(assets.regenerate_identical PROPERTIES LABELS assets TIMEOUT 300)
 endif()
+
+# The generator's own pieces, compiled from its sources (so they run in every build,
+# the sanitizer build included).
+set(assetgen_dir ${PROJECT_SOURCE_DIR}/tools/assetgen)
+file(GLOB assets_tool_srcs CONFIGURE_DEPENDS ${assets_dir}/tool/*.cpp)
+add_executable(tests_assets_tool ${assets_tool_srcs}
+  ${assetgen_dir}/image.cpp ${assetgen_dir}/art.cpp ${assetgen_dir}/glf.cpp ${assetgen_dir}/audio.cpp)
+target_include_directories(tests_assets_tool PRIVATE ${assetgen_dir})
+target_compile_options(tests_assets_tool PRIVATE -ffp-contract=off)
+target_link_libraries(tests_assets_tool PRIVATE GTest::gtest GTest::gtest_main)
+target_compile_definitions(tests_assets_tool PRIVATE VELMORA_BINARY_DIR="${CMAKE_CURRENT_BINARY_DIR}")
+gtest_discover_tests(tests_assets_tool
+  WORKING_DIRECTORY ${CMAKE_CURRENT_BINARY_DIR}
+  PROPERTIES LABELS assets
+  DISCOVERY_TIMEOUT 60)
