@@ -2,6 +2,8 @@
 
 #include <cmath>
 
+#include "math/hquaternion.h"
+
 HMatrix3::HMatrix3(const float arr[3][3]) {
     for (int r = 0; r < 3; ++r)
         for (int c = 0; c < 3; ++c) m[r][c] = arr[r][c];
@@ -120,4 +122,84 @@ float HMatrix3::Determinant() const {
     float fCof10 = m[1][2] * m[2][0] - m[1][0] * m[2][2];
     float fCof20 = m[1][0] * m[2][1] - m[1][1] * m[2][0];
     return m[0][0] * fCof00 + m[0][1] * fCof10 + m[0][2] * fCof20;
+}
+
+void HMatrix3::FromAxisAngle(const HVector3& rkAxis, float fRadians) {
+    float fCos = std::cos(fRadians);
+    float fSin = std::sin(fRadians);
+    float fOneMinusCos = 1.0f - fCos;
+    float fX2 = rkAxis.x * rkAxis.x, fY2 = rkAxis.y * rkAxis.y, fZ2 = rkAxis.z * rkAxis.z;
+    float fXYM = rkAxis.x * rkAxis.y * fOneMinusCos;
+    float fXZM = rkAxis.x * rkAxis.z * fOneMinusCos;
+    float fYZM = rkAxis.y * rkAxis.z * fOneMinusCos;
+    float fXSin = rkAxis.x * fSin, fYSin = rkAxis.y * fSin, fZSin = rkAxis.z * fSin;
+
+    m[0][0] = fX2 * fOneMinusCos + fCos;
+    m[0][1] = fXYM - fZSin;
+    m[0][2] = fXZM + fYSin;
+    m[1][0] = fXYM + fZSin;
+    m[1][1] = fY2 * fOneMinusCos + fCos;
+    m[1][2] = fYZM - fXSin;
+    m[2][0] = fXZM - fYSin;
+    m[2][1] = fYZM + fXSin;
+    m[2][2] = fZ2 * fOneMinusCos + fCos;
+}
+
+void HMatrix3::ToAxisAngle(HVector3& rkAxis, float& rfRadians) const {
+    HQuaternion q(*this);
+    q.Normalise();
+    if (q.w < 0.0f) q = -q;  // angle in [0, π]
+    q.ToAngleAxis(rfRadians, rkAxis);
+}
+
+// Rotation by fAngle about axis 0, 1 or 2.
+static HMatrix3 AxisRotation(int iAxis, float fAngle) {
+    HMatrix3 kRot;
+    kRot.FromAxisAngle(iAxis == 0 ? HVector3::UNIT_X : iAxis == 1 ? HVector3::UNIT_Y : HVector3::UNIT_Z,
+                       fAngle);
+    return kRot;
+}
+
+void HMatrix3::FromEuler(int i, int j, int k, float fA0, float fA1, float fA2) {
+    *this = AxisRotation(i, fA0) * (AxisRotation(j, fA1) * AxisRotation(k, fA2));
+}
+
+bool HMatrix3::ToEuler(int i, int j, int k, float& rfA0, float& rfA1, float& rfA2) const {
+    // Orders x→y→z→x are even; swapping two axes turns every sine around.
+    float fParity = ((j - i + 3) % 3 == 1) ? 1.0f : -1.0f;
+    float fSinMiddle = fParity * m[i][k];
+    if (fSinMiddle > 1.0f) fSinMiddle = 1.0f;
+    if (fSinMiddle < -1.0f) fSinMiddle = -1.0f;
+    rfA1 = std::asin(fSinMiddle);
+    if (std::fabs(fSinMiddle) < 1.0f - 1e-6f) {
+        rfA0 = std::atan2(-fParity * m[j][k], m[k][k]);
+        rfA2 = std::atan2(-fParity * m[i][j], m[i][i]);
+        return true;
+    }
+    rfA0 = std::atan2(fParity * m[k][j], m[j][j]);
+    rfA2 = 0.0f;
+    return false;
+}
+
+void HMatrix3::FromEulerAnglesXYZ(float a, float b, float c) { FromEuler(0, 1, 2, a, b, c); }
+void HMatrix3::FromEulerAnglesXZY(float a, float b, float c) { FromEuler(0, 2, 1, a, b, c); }
+void HMatrix3::FromEulerAnglesYXZ(float a, float b, float c) { FromEuler(1, 0, 2, a, b, c); }
+void HMatrix3::FromEulerAnglesYZX(float a, float b, float c) { FromEuler(1, 2, 0, a, b, c); }
+void HMatrix3::FromEulerAnglesZXY(float a, float b, float c) { FromEuler(2, 0, 1, a, b, c); }
+void HMatrix3::FromEulerAnglesZYX(float a, float b, float c) { FromEuler(2, 1, 0, a, b, c); }
+bool HMatrix3::ToEulerAnglesXYZ(float& a, float& b, float& c) const { return ToEuler(0, 1, 2, a, b, c); }
+bool HMatrix3::ToEulerAnglesXZY(float& a, float& b, float& c) const { return ToEuler(0, 2, 1, a, b, c); }
+bool HMatrix3::ToEulerAnglesYXZ(float& a, float& b, float& c) const { return ToEuler(1, 0, 2, a, b, c); }
+bool HMatrix3::ToEulerAnglesYZX(float& a, float& b, float& c) const { return ToEuler(1, 2, 0, a, b, c); }
+bool HMatrix3::ToEulerAnglesZXY(float& a, float& b, float& c) const { return ToEuler(2, 0, 1, a, b, c); }
+bool HMatrix3::ToEulerAnglesZYX(float& a, float& b, float& c) const { return ToEuler(2, 1, 0, a, b, c); }
+
+void HMatrix3::Orthonormalise() {
+    HVector3 c0 = GetColumn(0), c1 = GetColumn(1), c2 = GetColumn(2);
+    c0.Normalise();
+    c1 = c1 - c0 * c0.Dot(c1);
+    c1.Normalise();
+    c2 = c2 - c0 * c0.Dot(c2) - c1 * c1.Dot(c2);
+    c2.Normalise();
+    FromAxes(c0, c1, c2);
 }
