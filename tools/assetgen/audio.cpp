@@ -147,10 +147,14 @@ std::vector<uint8_t> EncodeWav(const std::vector<float>& samples) {
     out.push_back(uint8_t(v));
     out.push_back(uint8_t(v >> 8));
   };
+  auto tag = [&](const char* four) {
+    for (int i = 0; i < 4; ++i) out.push_back(uint8_t(four[i]));
+  };
   uint32_t data = uint32_t(samples.size() * 2);
-  out.insert(out.end(), {'R', 'I', 'F', 'F'});
+  tag("RIFF");
   put32(36 + data);
-  out.insert(out.end(), {'W', 'A', 'V', 'E', 'f', 'm', 't', ' '});
+  tag("WAVE");
+  tag("fmt ");
   put32(16);
   put16(1);  // PCM
   put16(1);  // mono
@@ -158,7 +162,7 @@ std::vector<uint8_t> EncodeWav(const std::vector<float>& samples) {
   put32(kSampleRate * 2);
   put16(2);
   put16(16);
-  out.insert(out.end(), {'d', 'a', 't', 'a'});
+  tag("data");
   put32(data);
   for (float s : samples) {
     float c = std::clamp(s, -1.0f, 1.0f);

@@ -6,6 +6,22 @@
 
 #include "assetfiles.h"
 
+TEST(WavData, SamplesAre16BitMonoPcmAt22050) {
+  for (const char* rel : {"resources/sounds/door_move.wav", "resources/sounds/switch_click.wav",
+                          "resources/sounds/item_pickup.wav"}) {
+    std::vector<uint8_t> f = ReadAll(DataPath(rel));
+    ASSERT_GE(f.size(), 44u) << rel;
+    EXPECT_EQ(std::string(f.begin(), f.begin() + 4), "RIFF") << rel;
+    EXPECT_EQ(std::string(f.begin() + 8, f.begin() + 16), "WAVEfmt ") << rel;
+    EXPECT_EQ(f[20] | f[21] << 8, 1) << rel;   // PCM
+    EXPECT_EQ(f[22] | f[23] << 8, 1) << rel;   // mono
+    EXPECT_EQ(Le32(f, 24), 22050u) << rel;
+    EXPECT_EQ(f[34] | f[35] << 8, 16) << rel;  // bits
+    EXPECT_EQ(Le32(f, 40), f.size() - 44) << rel;
+    EXPECT_EQ(Le32(f, 4), f.size() - 8) << rel;
+  }
+}
+
 #ifdef VELMORA_HAVE_MIXER
 #include <SDL.h>
 #include <SDL_mixer.h>
