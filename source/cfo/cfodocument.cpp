@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstring>
 #include <memory>
+#include <new>
 #include <utility>
 #include <vector>
 
@@ -172,11 +173,28 @@ size_t CfoDocument::ParseScope(CfoNode* node, const std::string& text, size_t po
     return ParseScope(node, text.data(), text.size(), pos);
 }
 
+namespace {
+
+// A node for the builder. When memory runs out the node is skipped: the builder goes on
+// and whatever the text puts inside it is lost. Inside a lost scope (`parent` null)
+// nothing is allocated at all.
+CfoNode* NewParsedNode(CfoNode* parent)
+{
+    if (!parent)
+        return nullptr;
+    CfoNode* node = new (std::nothrow) CfoNode();
+    if (node)
+        node->parent = parent;
+    return node;
+}
+
+}  // namespace
+
 size_t CfoDocument::ParseScope(CfoNode* node, const char* s, size_t n, size_t pos)
 {
     assert(node != nullptr);
     struct Scope {
-        CfoNode* node;
+        CfoNode* node;  // null for a scope whose node could not be made
         std::string token;
     };
 
@@ -193,20 +211,20 @@ size_t CfoDocument::ParseScope(CfoNode* node, const char* s, size_t n, size_t po
             Scope& scope = scopes.back();
             char c = s[pos];
             if (c == '{') {
-                CfoNode* child = new CfoNode();
-                child->parent = scope.node;
+                CfoNode* child = NewParsedNode(scope.node);
                 if (!key.empty()) {
-                    child->name = std::move(key);
+                    if (child)
+                        child->name = std::move(key);
                     key.clear();
                 }
                 scopes.push_back({child, std::string()});
                 ++pos;
             } else if (c == '}') {
                 if (!scope.token.empty()) {
-                    CfoNode* child = new CfoNode();
-                    child->parent = scope.node;
-                    child->name = std::move(scope.token);
-                    scope.node->AddChild(child);
+                    if (CfoNode* child = NewParsedNode(scope.node)) {
+                        child->name = std::move(scope.token);
+                        scope.node->AddChild(child);
+                    }
                 }
                 ret = pos;
                 break;
@@ -219,11 +237,11 @@ size_t CfoDocument::ParseScope(CfoNode* node, const char* s, size_t n, size_t po
             } else if (c == ';') {
                 if (!scope.token.empty()) {
                     if (!key.empty()) {
-                        CfoNode* child = new CfoNode();
-                        child->parent = scope.node;
-                        child->name = std::move(key);
-                        child->value = std::move(scope.token);
-                        scope.node->AddChild(child);
+                        if (CfoNode* child = NewParsedNode(scope.node)) {
+                            child->name = std::move(key);
+                            child->value = std::move(scope.token);
+                            scope.node->AddChild(child);
+                        }
                         key.clear();
                     }
                     scope.token.clear();
@@ -241,7 +259,8 @@ size_t CfoDocument::ParseScope(CfoNode* node, const char* s, size_t n, size_t po
         scopes.pop_back();
         if (scopes.empty())
             return ret;
-        scopes.back().node->AddChild(done);
+        if (done)
+            scopes.back().node->AddChild(done);  // a made node's parent scope was made too
         pos = ret + 1;
     }
 }
