@@ -4,6 +4,9 @@
 #include <cstdio>
 
 #include "app/banner.h"
+#include "app/draw.h"
+#include "app/glcaps.h"
+#include "app/testentities.h"
 #include "app/window.h"
 #include "cfo/cfodocument.h"
 #include "cfo/file.h"
@@ -57,7 +60,7 @@ void BuildTree(SceneManager* scene_manager, CfoDocument* config) {
 }
 
 void RunFrames(SceneManager* scene_manager, Window* window) {
-  while (scene_manager->Update()) {
+  while ((++test_loop_pass, scene_manager->Update())) {
     scene_manager->Post(
         new FrameEvent(scene_manager->dt, scene_manager->time, scene_manager, window));
     scene_manager->render_queue.Flush();
@@ -82,11 +85,22 @@ int main(int argc, char** argv) {
   SceneManager* scene_manager = new SceneManager();
   Window* window = new Window();
 
-  // --- window: Window::Init with the "Window" node, the capability checks, the GL
-  // --- information lines and the loading screen go here.
+  if (!window->Init(config->FindChild("Window"))) {
+    delete config;
+    delete window;
+    delete scene_manager;
+    return 0;
+  }
+  // A missing required extension ends the program at once, with nothing cleaned up.
+  if (!CheckCapabilities()) return 0;
   // --- resources: default texture, global font, shaders, sound and the resource loaders.
 
+  DrawLoadingScreen("Loading...", true);
+
   RegisterClasses(scene_manager);
+  RegisterTestEntities(scene_manager);  // only with VELMORA_TEST_ENTITIES=1
+  window->PrintInfo();
+  PrintCapabilities();
   BuildTree(scene_manager, config);
 
   delete config;  // no node pointer outlives this

@@ -51,7 +51,10 @@ class TestProbe : public Entity, public EventListener {
   VELMORA_ENTITY_TYPE("TestProbe")
 
  public:
-  ~TestProbe() override { Log("deleted"); }
+  // The registry's prototype is made and dropped without a Load: it stays silent.
+  ~TestProbe() override {
+    if (loaded) Log("deleted");
+  }
 
   void Load(CfoNode* node, ResourceManager* resources) override {
     Entity::Load(node, resources);
@@ -70,6 +73,7 @@ class TestProbe : public Entity, public EventListener {
       if (pause_ms < 0 || pause_ms > 60000) pause_ms = 0;
       if (bench_frames < 0) bench_frames = 0;
     }
+    loaded = true;
     Log("loaded");
   }
 
@@ -187,6 +191,7 @@ class TestProbe : public Entity, public EventListener {
   }
 
   SceneManager* scene_manager = nullptr;  // not owned
+  bool loaded = false;
   bool log_input = false;
   std::string load_path;
   std::string delete_name;
