@@ -1,0 +1,419 @@
+// Polygon tests: a separating-axis test with one velocity axis, the contact search, the
+// separation of overlapping bodies and the ray test. Everything works on fixed arrays on
+// the stack: no heap in the per-pair path.
+
+#include <cmath>
+#include <cstdio>
+
+#include "math/hmath.h"
+#include "physics/physics.h"
+
+PhysicsMatrix PhysicsMatrix::FromDegrees(float degrees) {
+    float a = degrees * HMath::fDeg2Rad;
+    float c = std::cos(a), s = std::sin(a);
+    PhysicsMatrix r;
+    r.m[0] = c;
+    r.m[1] = -s;
+    r.m[2] = s;
+    r.m[3] = c;
+    return r;
+}
+
+PhysicsMatrix PhysicsMatrix::TimesTranspose(const PhysicsMatrix& b) const {
+    PhysicsMatrix r;
+    r.m[0] = m[0] * b.m[0] + m[1] * b.m[1];
+    r.m[1] = m[0] * b.m[2] + m[1] * b.m[3];
+    r.m[2] = m[2] * b.m[0] + m[3] * b.m[1];
+    r.m[3] = m[2] * b.m[2] + m[3] * b.m[3];
+    return r;
+}
+
+void GetInterval(const HVector2* vertices, int count, const HVector2& axis, float& min, float& max) {
+    if (count <= 0) {
+        min = max = 0.0f;
+        return;
+    }
+    min = max = PhysicsDot(vertices[0], axis);
+    for (int i = 1; i < count; i++) {
+        float d = PhysicsDot(vertices[i], axis);
+        if (d < min)
+            min = d;
+        else if (d > max)
+            max = d;
+    }
+}
+
+bool IntervalIntersect(const HVector2* A, int countA, const HVector2* B, int countB,
+                       const HVector2& axis, const HVector2& xOffset, const HVector2& xVel,
+                       const PhysicsMatrix& xOrient, float& taxis, float tmax) {
+    float min0, max0, min1, max1;
+    GetInterval(A, countA, xOrient.MulT(axis), min0, max0);
+    GetInterval(B, countB, axis, min1, max1);
+    float h = PhysicsDot(xOffset, axis);
+    min0 += h;
+    max0 += h;
+    float d0 = min0 - max1;
+    float d1 = min1 - max0;
+    if (!(d0 > 0.0f) && !(d1 > 0.0f)) {
+        taxis = d0 > d1 ? d0 : d1;
+        return true;
+    }
+    float v = PhysicsDot(xVel, axis);
+    if (std::fabs(v) < 1e-7f) return false;
+    float t0 = -d0 / v;
+    float t1 = d1 / v;
+    if (t1 < t0) {
+        float s = t0;
+        t0 = t1;
+        t1 = s;
+    }
+    taxis = t0 > 0.0f ? t0 : t1;
+    return taxis >= 0.0f && taxis <= tmax;
+}
+
+bool FindMTD(HVector2* xAxis, float* taxis, int iNumAxes, HVector2& N, float& t) {
+    int best = -1;
+    t = 0.0f;
+    for (int i = 0; i < iNumAxes; i++) {
+        if (taxis[i] > 0.0f && taxis[i] > t) {
+            best = i;
+            t = taxis[i];
+            N = xAxis[i];
+            N.Normalise();
+        }
+    }
+    if (best != -1) return true;
+
+    best = -1;
+    for (int i = 0; i < iNumAxes; i++) {
+        float n = xAxis[i].Normalise();
+        // An axis too short to normalise (a repeated vertex) says nothing: it is skipped
+        // rather than dividing the overlap by a length of zero.
+        if (!(n > 1e-6f)) continue;
+        taxis[i] /= n;
+        if (taxis[i] > t || best == -1) {
+            best = i;
+            t = taxis[i];
+            N = xAxis[i];
+        }
+    }
+    if (best == -1) printf("Error\n");
+    return best != -1;
+}
+
+bool PhysicsBody::FindCollision(const PhysicsBody& other, HVector2& N, float& t) const {
+    const int nA = VertexCount();
+    const int nB = other.VertexCount();
+    if (nA < 2 && nB < 2) return false;
+    // A polygon with no vertices has no interval to project: no collision.
+    if (nA == 0 || nB == 0) return false;
+    const HVector2* A = vertices.data();
+    const HVector2* B = other.vertices.data();
+
+    PhysicsMatrix OA = PhysicsMatrix::FromDegrees(orientation);
+    PhysicsMatrix OB = PhysicsMatrix::FromDegrees(other.orientation);
+    PhysicsMatrix xOrient = OA.TimesTranspose(OB);
+    HVector2 xOffset = OB.MulT(position - other.position);
+    HVector2 xVel = OB.MulT(velocity - other.velocity);
+
+    HVector2 xAxis[kPhysicsMaxAxes];
+    float taxis[kPhysicsMaxAxes];
+    int n = 0;
+    const float tmax = t;
+
+    if (PhysicsDot(xVel, xVel) > 1e-5f) {
+        xAxis[n] = PhysicsPerp(xVel);
+        if (!IntervalIntersect(A, nA, B, nB, xAxis[n], xOffset, xVel, xOrient, taxis[n], tmax))
+            return false;
+        n++;
+    }
+    if (nA > 1) {
+        for (int j = nA - 1, i = 0; i < nA; j = i, i++) {
+            HVector2 E = A[i] - A[j];
+            xAxis[n] = xOrient.Mul(PhysicsPerp(E));
+            if (!IntervalIntersect(A, nA, B, nB, xAxis[n], xOffset, xVel, xOrient, taxis[n], tmax))
+                return false;
+            n++;
+        }
+    }
+    if (nB > 1) {
+        for (int j = nB - 1, i = 0; i < nB; j = i, i++) {
+            HVector2 E = B[i] - B[j];
+            xAxis[n] = PhysicsPerp(E);
+            if (!IntervalIntersect(A, nA, B, nB, xAxis[n], xOffset, xVel, xOrient, taxis[n], tmax))
+                return false;
+            n++;
+        }
+    }
+    if (nB == 2) {
+        xAxis[n] = B[1] - B[0];
+        if (!IntervalIntersect(A, nA, B, nB, xAxis[n], xOffset, xVel, xOrient, taxis[n], tmax))
+            return false;
+        n++;
+    }
+    if (nA == 2) {
+        xAxis[n] = xOrient.Mul(A[1] - A[0]);
+        if (!IntervalIntersect(A, nA, B, nB, xAxis[n], xOffset, xVel, xOrient, taxis[n], tmax))
+            return false;
+        n++;
+    }
+
+    if (!FindMTD(xAxis, taxis, n, N, t)) return false;
+    if (PhysicsDot(N, xOffset) < 0.0f) N = -N;
+    N = OB.Mul(N);
+    return true;
+}
+
+HVector2 TransformContact(const HVector2& V, const HVector2& P, const HVector2& Vel,
+                          const PhysicsMatrix& O, float t) {
+    HVector2 r = P + O.Mul(V);
+    if (t > 0.0f) r += Vel * t;
+    return r;
+}
+
+int FindSupportPoints(const HVector2& N, float t, const HVector2* A, int count, const HVector2& PA,
+                      const HVector2& VA, const PhysicsMatrix& OA, HVector2* S) {
+    if (count > PhysicsBody::kMaxVertices) count = PhysicsBody::kMaxVertices;
+    if (count <= 0) return 0;
+    HVector2 Norm = OA.MulT(N);
+    float d[PhysicsBody::kMaxVertices];
+    float dmin = d[0] = PhysicsDot(A[0], Norm);
+    for (int i = 1; i < count; i++) {
+        d[i] = PhysicsDot(A[i], Norm);
+        if (d[i] < dmin) dmin = d[i];
+    }
+    int Snum = 0;
+    const float threshold = 0.001f;
+    float s[2] = {0.0f, 0.0f};
+    int sign = 0;
+    HVector2 Perp = PhysicsPerp(N);
+    for (int i = 0; i < count; i++) {
+        if (!(d[i] < dmin + threshold)) continue;
+        HVector2 Contact = TransformContact(A[i], PA, VA, OA, t);
+        float c = PhysicsDot(Contact, Perp);
+        if (Snum < 2) {
+            s[Snum] = c;
+            S[Snum] = Contact;
+            Snum++;
+            if (Snum > 1) sign = s[0] < s[1] ? 1 : 0;
+        } else {
+            int lo = sign == 1 ? 0 : 1;
+            int hi = 1 - lo;
+            if (c < s[lo]) {
+                s[lo] = c;
+                S[lo] = Contact;
+            } else if (c > s[hi]) {
+                s[hi] = c;
+                S[hi] = Contact;
+            }
+        }
+    }
+    return Snum;
+}
+
+bool FindClosestPoint(const HVector2& V, const HVector2& A, const HVector2& B, HVector2& out,
+                      float* t) {
+    HVector2 AV = V - A;
+    HVector2 AB = B - A;
+    float len2 = PhysicsDot(AB, AB);
+    // A segment of no length: its one point is the closest.
+    float u = len2 > 0.0f ? PhysicsDot(AV, AB) / len2 : 0.0f;
+    if (u < 0.0f) u = 0.0f;
+    if (u > 1.0f) u = 1.0f;
+    if (t) *t = u;
+    out = A + AB * u;
+    return true;
+}
+
+bool ConvertSupportPointsToContacts(const HVector2& N, HVector2* S0, int S0num, HVector2* S1,
+                                    int S1num, HVector2* C0, HVector2* C1, int& Cnum) {
+    Cnum = 0;
+    if (S0num == 0 || S1num == 0) return false;
+    if (S0num == 1 && S1num == 1) {
+        C0[0] = S0[0];
+        C1[0] = S1[0];
+        Cnum = 1;
+        return true;
+    }
+    // A single support point stands for a segment of no length, so that the segment
+    // lookups below never read a second point that was not found.
+    if (S0num == 1) S0[1] = S0[0];
+    if (S1num == 1) S1[1] = S1[0];
+
+    HVector2 xPerp = PhysicsPerp(N);
+    float min0 = PhysicsDot(S0[0], xPerp), max0 = min0;
+    float min1 = PhysicsDot(S1[0], xPerp), max1 = min1;
+    if (S0num == 2) {
+        max0 = PhysicsDot(S0[1], xPerp);
+        if (max0 < min0) {
+            float f = min0;
+            min0 = max0;
+            max0 = f;
+            HVector2 p = S0[0];
+            S0[0] = S0[1];
+            S0[1] = p;
+        }
+    }
+    if (S1num == 2) {
+        max1 = PhysicsDot(S1[1], xPerp);
+        if (max1 < min1) {
+            float f = min1;
+            min1 = max1;
+            max1 = f;
+            HVector2 p = S1[0];
+            S1[0] = S1[1];
+            S1[1] = p;
+        }
+    }
+    if (min0 > max1 || min1 > max0) return false;
+
+    HVector2 Pseg;
+    if (min0 > min1) {
+        FindClosestPoint(S0[0], S1[0], S1[1], Pseg, nullptr);
+        C0[Cnum] = S0[0];
+        C1[Cnum] = Pseg;
+    } else {
+        FindClosestPoint(S1[0], S0[0], S0[1], Pseg, nullptr);
+        C0[Cnum] = Pseg;
+        C1[Cnum] = S1[0];
+    }
+    Cnum++;
+    if (min0 == max0 || min1 == max1) return true;
+
+    if (max0 < max1) {
+        FindClosestPoint(S0[1], S1[0], S1[1], Pseg, nullptr);
+        C0[Cnum] = S0[1];
+        C1[Cnum] = Pseg;
+    } else {
+        FindClosestPoint(S1[1], S0[0], S0[1], Pseg, nullptr);
+        C0[Cnum] = Pseg;
+        C1[Cnum] = S1[1];
+    }
+    Cnum++;
+    return true;
+}
+
+bool PhysicsBody::FindContacts(const PhysicsBody& other, HVector2 N, float t, HVector2* CA,
+                               HVector2* CB, int& Cnum) const {
+    PhysicsMatrix OA = PhysicsMatrix::FromDegrees(orientation);
+    PhysicsMatrix OB = PhysicsMatrix::FromDegrees(other.orientation);
+    HVector2 S0[4];
+    HVector2 S1[4];
+    int S0num = FindSupportPoints(N, t, vertices.data(), VertexCount(), position, velocity, OA, S0);
+    int S1num = FindSupportPoints(-N, t, other.vertices.data(), other.VertexCount(), other.position,
+                                  other.velocity, OB, S1);
+    return ConvertSupportPointsToContacts(N, S0, S0num, S1, S1num, CA, CB, Cnum);
+}
+
+void PhysicsBody::ResolveOverlap(HVector2 C0, HVector2 C1, PhysicsBody& other) {
+    const float fRelaxation = 1.0f;
+    HVector2 D = (C1 - C0) * fRelaxation;
+    float mA = immovable ? 0.0f : invMass;
+    float mB = other.immovable ? 0.0f : other.invMass;
+    float m = mA + mB;
+    if (m <= 0.0f) {
+        mA = mB = 0.5f;
+        m = 1.0f;
+    }
+    if (mA > 0.0f) position += D * (mA / m);
+    if (mB > 0.0f) other.position -= D * (mB / m);
+}
+
+bool PhysicsBody::Collide(PhysicsBody& other, float) {
+    HVector2 N(0.0f, 0.0f);
+    float t = 0.0f;
+    if (!FindCollision(other, N, t)) return false;
+    if (std::fabs(t) < 0.0001f) return false;
+    HVector2 CA[4];
+    HVector2 CB[4];
+    int Cnum = 0;
+    FindContacts(other, N, t, CA, CB, Cnum);
+    if (t < 0.0f) {
+        // Each pair corrects from the contacts found before any correction: a flat
+        // contact of two pairs moves the body twice the depth. Levels are tuned to it.
+        for (int i = 0; i < Cnum; i++) ResolveOverlap(CA[i], CB[i], other);
+    }
+    return true;
+}
+
+bool PhysicsBody::RayTest(HVector2 origin, HVector2 direction, HVector2& point, HVector2&,
+                          float& distance) const {
+    bool found = false;
+    float bestU = 85465168.0f;
+    PhysicsMatrix O = PhysicsMatrix::FromDegrees(orientation);
+    const int n = VertexCount();
+    for (int i = 0; i < n; i++) {
+        HVector2 P0 = position + O.Mul(vertices[i]);
+        HVector2 P1 = position + O.Mul(vertices[(i + 1) % n]);
+        HVector2 E = P1 - P0;
+        float den = PhysicsCross(direction, E);
+        if (den >= -1e-8f && den < 1e-8f) continue;
+        HVector2 D = P0 - origin;
+        float s = PhysicsCross(D, direction) / den;
+        if (!(s > 0.0f && s < 1.0f)) continue;
+        float u = PhysicsCross(D, E) / den;
+        if (u < bestU && u > 0.0f) {
+            point = origin + direction * u;
+            distance = (point - origin).Length();
+            bestU = u;
+            found = true;
+        }
+    }
+    return found;
+}
+
+bool RayNearCircle(const PhysicsCircle& circle, const HVector2& origin, const HVector2& direction) {
+    float dd = PhysicsDot(direction, direction);
+    // A ray of no direction is a point: it is near when the origin itself is.
+    float u = dd > 0.0f ? PhysicsDot(circle.centre - origin, direction) / dd : 0.0f;
+    if (u < 0.0f) u = 0.0f;
+    HVector2 Q = origin + direction * u;
+    return (circle.centre - Q).SquaredLength() <= circle.radius * circle.radius;
+}
+
+bool CirclesOverlap(const PhysicsCircle& a, const PhysicsCircle& b) {
+    float r = a.radius + b.radius;
+    return (b.centre - a.centre).SquaredLength() < r * r;
+}
+
+void ResolveCollision(HVector2 N, float t, float fCoF, float fCoR, HVector2 C0, HVector2 P0,
+                      HVector2& V0, float& w0, float m0, float i0, HVector2 C1, HVector2 P1,
+                      HVector2& V1, float& w1, float m1, float i1) {
+    float tcoll = t > 0.0f ? t : 0.0f;
+    HVector2 Q0 = P0 + V0 * tcoll;
+    HVector2 Q1 = P1 + V1 * tcoll;
+    HVector2 R0 = C0 - Q0;
+    HVector2 R1 = C1 - Q1;
+    HVector2 T0 = PhysicsPerp(R0);
+    HVector2 T1 = PhysicsPerp(R1);
+    HVector2 VP0 = V0 - T0 * w0;
+    HVector2 VP1 = V1 - T1 * w1;
+    HVector2 Vcoll = VP0 - VP1;
+    float vn = PhysicsDot(Vcoll, N);
+    HVector2 Vn = N * vn;
+    HVector2 Vt = Vcoll - Vn;
+    if (vn > 0.0f) return;
+    float vt = Vt.Normalise();
+    float t0 = PhysicsCross(R0, N) * PhysicsCross(R0, N) * i0;
+    float t1 = PhysicsCross(R1, N) * PhysicsCross(R1, N) * i1;
+    float denom = m0 + m1 + t0 + t1;
+    // Two infinitely heavy bodies: no impulse can move them.
+    if (!(denom != 0.0f)) return;
+    float jn = vn / denom;
+    HVector2 Jn = N * (-(1.0f + fCoR) * jn);
+    HVector2 Jt = Vt.NormalisedCopy() * (fCoF * jn);
+    HVector2 J = Jn + Jt;
+    HVector2 dV0 = J * m0;
+    HVector2 dV1 = -J * m1;
+    float dw0 = -PhysicsCross(R0, J) * i0;
+    float dw1 = PhysicsCross(R1, J) * i1;
+    if (m0 > 0.0f) V0 += dV0;
+    if (m1 > 0.0f) V1 += dV1;
+    if (m0 > 0.0f) w0 += dw0;
+    if (m1 > 0.0f) w1 += dw1;
+    if (vn < 0.0f && fCoF > 0.0f && (-vt / vn) < fCoF) {
+        HVector2 Nfriction = -(Vt.NormalisedCopy());
+        ResolveCollision(Nfriction, 0.0f, 0.0f, 1.0f, C0, P0, V0, w0, m0, i0, C1, P1, V1, w1, m1,
+                         i1);
+    }
+}

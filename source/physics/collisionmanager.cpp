@@ -1,0 +1,349 @@
+// The physics world: handler table, step, delivery of hits and the spatial tree.
+
+#include "physics/collisionmanager.h"
+
+#include <cassert>
+#include <cmath>
+#include <cstdio>
+
+int32_t PairHash(int32_t a, int32_t b) {
+    // Unsigned arithmetic gives the wrap-around; the shifts right are arithmetic.
+    auto shl = [](int32_t v, int n) { return int32_t(uint32_t(v) << n); };
+    auto add = [](int32_t x, int32_t y) { return int32_t(uint32_t(x) + uint32_t(y)); };
+    int32_t h = a;
+    h = add(h, shl(h, 10));
+    h ^= h >> 6;
+    h = add(h, b);
+    h = add(h, shl(h, 10));
+    h ^= h >> 6;
+    h = add(h, shl(h, 3));
+    h ^= h >> 11;
+    h = add(h, shl(h, 15));
+    return h / 500;
+}
+
+uint32_t PhysicsPackColour(float r, float g, float b, float a) {
+    auto byte = [](float v) -> uint32_t {
+        float f = 255.0f * v;
+        if (!(f > 0.0f)) return 0;
+        if (f >= 255.0f) return 255;
+        return uint32_t(f);
+    };
+    return (byte(r) << 24) | (byte(g) << 16) | (byte(b) << 8) | byte(a);
+}
+
+// ---- the pair tests ----
+
+bool TestCharacterStatic(PhysicsObject* a, PhysicsObject* b, float dt, HVector2&, HVector2&,
+                         float&) {
+    auto* ca = static_cast<PhysicsCharacter*>(a);
+    auto* sb = static_cast<PhysicsStaticGeometry*>(b);
+    return ca->body.Collide(sb->body, dt);
+}
+
+bool TestCharacterCharacter(PhysicsObject* a, PhysicsObject* b, float dt, HVector2&, HVector2&,
+                            float&) {
+    auto* ca = static_cast<PhysicsCharacter*>(a);
+    auto* cb = static_cast<PhysicsCharacter*>(b);
+    if (!CirclesOverlap(ca->boundingCircle, cb->boundingCircle)) return false;
+    return ca->body.Collide(cb->body, dt);
+}
+
+bool TestCharacterRay(PhysicsObject* a, PhysicsObject* b, float, HVector2& point,
+                      HVector2& normal, float& distance) {
+    auto* ca = static_cast<PhysicsCharacter*>(a);
+    auto* rb = static_cast<PhysicsRayCast*>(b);
+    if (!RayNearCircle(ca->boundingCircle, rb->origin, rb->direction)) return false;
+    return ca->body.RayTest(rb->origin, rb->direction, point, normal, distance);
+}
+
+bool TestStaticRay(PhysicsObject* a, PhysicsObject* b, float, HVector2& point, HVector2& normal,
+                   float& distance) {
+    auto* sa = static_cast<PhysicsStaticGeometry*>(a);
+    auto* rb = static_cast<PhysicsRayCast*>(b);
+    if (!RayNearCircle(sa->boundingCircle, rb->origin, rb->direction)) return false;
+    return sa->body.RayTest(rb->origin, rb->direction, point, normal, distance);
+}
+
+// ---- tree node ----
+
+PhysicsTreeNode::~PhysicsTreeNode() {
+    delete high;
+    delete low;
+}
+
+bool PhysicsTreeNode::Contains(const PhysicsCircle& c) const {
+    HVector2 lo = centre - size * 0.5f;
+    HVector2 hi = centre + size * 0.5f;
+    return c.centre.x - c.radius >= lo.x && c.centre.x + c.radius <= hi.x &&
+           c.centre.y - c.radius >= lo.y && c.centre.y + c.radius <= hi.y;
+}
+
+// ---- CollisionManager ----
+
+CollisionManager::CollisionManager() {
+    tree = new PhysicsTreeNode();
+    RegisterHandler<PhysicsCharacter, PhysicsStaticGeometry>(&TestCharacterStatic);
+    RegisterHandler<PhysicsCharacter, PhysicsCharacter>(&TestCharacterCharacter);
+    RegisterHandler<PhysicsCharacter, PhysicsRayCast>(&TestCharacterRay);
+    RegisterHandler<PhysicsStaticGeometry, PhysicsRayCast>(&TestStaticRay);
+}
+
+CollisionManager::~CollisionManager() {
+    // Objects that outlive the world must not call back into it.
+    for (PhysicsObject* obj : objects) {
+        if (obj->manager == this) obj->manager = nullptr;
+        obj->treeNode = nullptr;
+    }
+    for (CollisionHandler* h : handlerArray) delete h;
+    for (auto& entry : handlerMap) delete entry.second;
+    delete tree;
+}
+
+void CollisionManager::AddObject(PhysicsObject* obj) {
+    if (!obj) return;
+    objects.push_back(obj);
+    obj->manager = this;
+}
+
+void CollisionManager::RemoveObject(PhysicsObject* obj) {
+    if (!obj) return;
+    objects.remove(obj);
+    // The tree must not keep a pointer to an object that may be dying.
+    if (obj->treeNode) RemoveFromTree(obj);
+}
+
+CollisionHandler* CollisionManager::FindHandler(int firstId, int secondId) const {
+    auto it = handlerMap.lower_bound({firstId, secondId});
+    if (it == handlerMap.end()) return nullptr;
+    if (PairHash(it->first.first, it->first.second) != PairHash(firstId, secondId)) return nullptr;
+    return it->second;
+}
+
+void CollisionManager::PostGeneric(PhysicsObject* me, PhysicsObject* other, const HVector2& point,
+                                   const HVector2& normal, float distance) {
+    if (!eventManager) {
+        printf("CollisionManager:EventManager not set\n");
+        return;
+    }
+    auto* e = new GenericCollisionEvent();
+    e->self = me;
+    e->other = other;
+    e->normal = normal;
+    e->point = point;
+    e->distance = distance;
+    e->target = me->entity;
+    eventManager->Post(e, 0.0f);
+}
+
+void CollisionManager::Deliver(PhysicsObject* me, PhysicsObject* other, const HVector2& point,
+                               const HVector2& normal, float distance) {
+    if (!me->entity) return;
+    const float t = distance;
+    const HVector2 r = me->range;
+    bool remember = false;
+    switch (me->collisionMode) {
+        case 0:
+            PostGeneric(me, other, point, normal, distance);
+            return;
+        case 1:
+            remember = true;
+            break;
+        case 2:
+            if (r.x < t && t < r.y) PostGeneric(me, other, point, normal, distance);
+            return;
+        case 3:
+            remember = r.x < t && t < r.y;
+            break;
+        default:
+            return;
+    }
+    if (remember && t < me->hitDistance) {
+        me->hasHit = true;
+        me->hitObject = other;
+        me->hitPoint = point;
+        me->hitNormal = normal;
+        me->hitDistance = t;
+    }
+}
+
+void CollisionManager::Step(float dt, float time) {
+    if (objects.empty()) return;
+
+    // 1. Integration, at most 30 times a second; a sooner frame integrates nothing.
+    float step = 1.0f / 30.0f;
+    if (time - lastUpdateTime > step) {
+        if (dt > step) step = dt;
+        lastUpdateTime = time;
+        for (PhysicsObject* obj : objects) obj->Update(step);
+    }
+
+    // 2. Pair loop. The kinds and polygons of the objects do not change inside the loop,
+    // so they are gathered once; positions, flags and entities are read live.
+    scratch.clear();
+    for (PhysicsObject* obj : objects) {
+        StepEntry e{obj, nullptr, obj->GetTypeId(), 0.0f};
+        if (e.typeId == PhysicsCharacter::StaticTypeId())
+            e.body = &static_cast<PhysicsCharacter*>(obj)->body;
+        else if (e.typeId == PhysicsStaticGeometry::StaticTypeId())
+            e.body = &static_cast<PhysicsStaticGeometry*>(obj)->body;
+        if (e.body) {
+            float r2 = 0.0f;
+            const int n = e.body->VertexCount();
+            for (int k = 0; k < n; k++) {
+                float s = e.body->vertices[k].SquaredLength();
+                if (s > r2) r2 = s;
+            }
+            e.reach = std::sqrt(r2);
+        }
+        scratch.push_back(e);
+    }
+
+    HVector2 point(0.0f, 0.0f);
+    HVector2 normal(0.0f, 0.0f);
+    float distance = 0.0f;
+    const size_t count = scratch.size();
+    for (size_t i = 0; i < count; i++) {
+        const StepEntry& ei = scratch[i];
+        PhysicsObject* oi = ei.obj;
+        for (size_t j = i; j < count; j++) {
+            const StepEntry& ej = scratch[j];
+            PhysicsObject* oj = ej.obj;
+            if (oi == oj || oi->disabled || oj->disabled) continue;
+
+            // The table lookup (with the swapped order as a second try), cached per pair of
+            // kinds: the table does not change during the step.
+            CollisionHandler* handler = nullptr;
+            bool swapped = false;
+            bool cached = false;
+            for (const HandlerCacheEntry& c : handlerCache) {
+                if (c.first == ei.typeId && c.second == ej.typeId) {
+                    handler = c.handler;
+                    swapped = c.swapped;
+                    cached = true;
+                    break;
+                }
+            }
+            if (!cached) {
+                handler = FindHandler(ei.typeId, ej.typeId);
+                if (!handler) {
+                    handler = FindHandler(ej.typeId, ei.typeId);
+                    swapped = true;
+                }
+                handlerCache.push_back({ei.typeId, ej.typeId, handler, swapped});
+            }
+            if (!handler || oi->entity == oj->entity) continue;
+
+            if (pairPreTest && ei.body && ej.body) {
+                // Each polygon lies within its reach of its position whatever its
+                // orientation: boxes apart means polygons apart, which the polygon test
+                // reports as no collision and without touching point, normal or distance.
+                const float lim = ei.reach + ej.reach;
+                const float margin = 1e-3f * (1.0f + lim);
+                const float dx = std::fabs(ei.body->position.x - ej.body->position.x);
+                const float dy = std::fabs(ei.body->position.y - ej.body->position.y);
+                if (dx > lim + margin || dy > lim + margin) continue;
+            }
+
+            PhysicsObject* A = swapped ? oj : oi;
+            PhysicsObject* B = swapped ? oi : oj;
+            if (!handler->Test(A, B, point, normal, distance, dt)) continue;
+            Deliver(oi, oj, point, normal, distance);
+            Deliver(oj, oi, point, normal, distance);
+        }
+    }
+
+    // 3. Sweep: the nearest hits of modes 1 and 3 go out, then every hit is cleared.
+    for (PhysicsObject* obj : objects) {
+        if ((obj->collisionMode == 3 || obj->collisionMode == 1) && obj->hasHit && obj->entity)
+            PostGeneric(obj, obj->hitObject, obj->hitPoint, obj->hitNormal, obj->hitDistance);
+        obj->ClearHit();
+    }
+}
+
+void CollisionManager::DumpHandlers() {
+    printf("----------map\n");
+    for (auto& entry : handlerMap) {
+        CollisionHandler* h = entry.second;
+        printf("%p - %s, %s %d, %d\n", static_cast<void*>(h), h->GetFirstTypeName().c_str(),
+               h->GetSecondTypeName().c_str(), entry.first.first, entry.first.second);
+    }
+    printf("----------array\n");
+    for (CollisionHandler* h : handlerArray) {
+        printf("%p - %s, %s \n", static_cast<void*>(h), h->GetFirstTypeName().c_str(),
+               h->GetSecondTypeName().c_str());
+    }
+}
+
+void CollisionManager::DumpObjects() {
+    printf("======================Physics objects=========================\n");
+    for (PhysicsObject* obj : objects) {
+        printf("%s %p Ent:  %p\n", obj->GetTypeName().c_str(), static_cast<void*>(obj),
+               static_cast<void*>(obj->entity));
+    }
+}
+
+// ---- spatial tree ----
+
+void CollisionManager::SetTreeRectangle(HVector2 centre, HVector2 size) {
+    tree->centre = centre;
+    tree->size = size;
+    tree->axis = size.y > size.x ? 1 : 0;
+    tree->split = centre[unsigned(tree->axis)];
+}
+
+void CollisionManager::InsertObject(PhysicsObject* obj, PhysicsTreeNode* node) {
+    if (!obj || !node) return;
+    const PhysicsCircle c = obj->boundingCircle;
+    // Halving stops at a node of no size and after a fixed depth: a zero rectangle keeps
+    // everything in its root, and a point-sized object never descends forever.
+    for (int depth = 0; depth < 48; depth++) {
+        float larger = node->size.x > node->size.y ? node->size.x : node->size.y;
+        float half = larger * 0.5f;
+        if (!(half > 0.0f) || half < c.radius * 2.0f) break;
+        const unsigned axis = node->axis == 1 ? 1u : 0u;
+        bool low;
+        if (c.centre[axis] + c.radius < node->split)
+            low = true;
+        else if (c.centre[axis] - c.radius > node->split)
+            low = false;
+        else
+            break;
+        PhysicsTreeNode*& child = low ? node->low : node->high;
+        if (!child) {
+            child = new PhysicsTreeNode();
+            child->parent = node;
+            child->size = node->size;
+            child->size[axis] *= 0.5f;
+            child->centre = node->centre;
+            float quarter = node->size[axis] * 0.25f;
+            child->centre[axis] += low ? -quarter : quarter;
+            child->axis = child->size.y > child->size.x ? 1 : 0;
+            child->split = child->centre[unsigned(child->axis)];
+        }
+        node = child;
+    }
+    node->objects.push_back(obj);
+    obj->treeNode = node;
+}
+
+void CollisionManager::RemoveFromTree(PhysicsObject* obj) {
+    assert(obj);
+    PhysicsTreeNode* node = obj->treeNode;
+    if (!node) return;
+    node->objects.remove(obj);
+    while (node->parent && node->objects.empty() && !node->low && !node->high) {
+        PhysicsTreeNode* parent = node->parent;
+        if (parent->low == node) parent->low = nullptr;
+        if (parent->high == node) parent->high = nullptr;
+        delete node;
+        node = parent;
+    }
+    obj->treeNode = nullptr;
+}
+
+void CollisionManager::UpdateObject(PhysicsObject* obj) {
+    assert(obj);
+    RemoveFromTree(obj);
+    InsertObject(obj, tree);
+}

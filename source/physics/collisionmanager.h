@@ -1,0 +1,195 @@
+#pragma once
+// CollisionManager: the physics world. The SceneManager holds exactly one as a member and
+// hands it the EventManager in Bind. It keeps plain pointers to the physics objects of the
+// entities (it owns none of them), the table of pair handlers (owned) and a spatial tree
+// (owned) that the step does not consult.
+//
+// Each frame Step integrates the objects at most 30 times a second, tests every pair,
+// moves overlapping bodies apart and posts GenericCollisionEvents to the owning entities
+// through the event queue, so that they arrive in the next pass's update.
+
+#include <cstdint>
+#include <list>
+#include <map>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "physics/physics.h"
+
+class EventManager;
+
+// The key hash of the handler table: 32-bit signed arithmetic with wrap-around,
+// arithmetic right shifts, and a final signed division by 500.
+int32_t PairHash(int32_t a, int32_t b);
+
+// Keys are ordered by their hash only: two pairs of equal hash are the same key.
+struct PairHashLess {
+    bool operator()(const std::pair<int, int>& a, const std::pair<int, int>& b) const {
+        return PairHash(a.first, a.second) < PairHash(b.first, b.second);
+    }
+};
+
+// Packs a colour as four bytes 255·r, g, b, a (each truncated), r in the highest byte.
+uint32_t PhysicsPackColour(float r, float g, float b, float a);
+
+struct PhysicsTreeNode {
+    PhysicsTreeNode* parent = nullptr;
+    PhysicsTreeNode* high = nullptr;  // owned
+    PhysicsTreeNode* low = nullptr;   // owned
+    HVector2 centre;
+    HVector2 size;
+    int axis = 0;
+    float split = 0.0f;
+    std::list<PhysicsObject*> objects;  // not owned
+
+    ~PhysicsTreeNode();
+    // True when the circle lies wholly inside the rectangle, bounds included.
+    bool Contains(const PhysicsCircle& c) const;
+};
+
+class CollisionHandler {
+public:
+    using TestFn = bool (*)(PhysicsObject* a, PhysicsObject* b, float dt, HVector2& point,
+                            HVector2& normal, float& distance);
+
+    explicit CollisionHandler(TestFn f = nullptr) : fn(f) {}
+    virtual ~CollisionHandler() = default;
+
+    virtual bool Test(PhysicsObject*, PhysicsObject*, HVector2&, HVector2&, float&, const float&) {
+        return false;
+    }
+    virtual bool Dispatch(PhysicsObject*, PhysicsObject*, EventManager*, float) { return false; }
+    virtual std::string GetFirstTypeName() { return std::string(); }
+    virtual std::string GetSecondTypeName() { return std::string(); }
+
+    TestFn fn;
+};
+
+// The handler of one pair of kinds (A first, B second).
+template <class A, class B>
+class PhysicsPairHandler : public CollisionHandler {
+public:
+    explicit PhysicsPairHandler(TestFn f) : CollisionHandler(f) {}
+    bool Test(PhysicsObject* a, PhysicsObject* b, HVector2& point, HVector2& normal,
+              float& distance, const float& dt) override {
+        return fn && fn(a, b, dt, point, normal, distance);
+    }
+    bool Dispatch(PhysicsObject* a, PhysicsObject* b, EventManager* events, float dt) override;
+    std::string GetFirstTypeName() override { return A::StaticTypeName(); }
+    std::string GetSecondTypeName() override { return B::StaticTypeName(); }
+};
+
+// The four pair tests of the table.
+bool TestCharacterStatic(PhysicsObject* a, PhysicsObject* b, float dt, HVector2& point,
+                         HVector2& normal, float& distance);
+bool TestCharacterCharacter(PhysicsObject* a, PhysicsObject* b, float dt, HVector2& point,
+                            HVector2& normal, float& distance);
+bool TestCharacterRay(PhysicsObject* a, PhysicsObject* b, float dt, HVector2& point,
+                      HVector2& normal, float& distance);
+bool TestStaticRay(PhysicsObject* a, PhysicsObject* b, float dt, HVector2& point,
+                   HVector2& normal, float& distance);
+
+class CollisionManager {
+public:
+    CollisionManager();
+    ~CollisionManager();
+    CollisionManager(const CollisionManager&) = delete;
+    CollisionManager& operator=(const CollisionManager&) = delete;
+
+    template <class A, class B>
+    void RegisterHandler(CollisionHandler::TestFn fn) {
+        handlerArray.push_back(new PhysicsPairHandler<A, B>(fn));
+        handlerMap.insert({{A::StaticTypeId(), B::StaticTypeId()}, new PhysicsPairHandler<A, B>(fn)});
+    }
+
+    void SetEventManager(EventManager* events) { eventManager = events; }
+    EventManager* GetEventManager() const { return eventManager; }
+
+    void AddObject(PhysicsObject* obj);
+    void RemoveObject(PhysicsObject* obj);
+    CollisionHandler* FindHandler(int firstId, int secondId) const;
+
+    void Step(float dt, float time);
+
+    void DebugDraw();
+    void DumpHandlers();
+    void DumpObjects();
+
+    // The spatial tree.
+    void InsertObject(PhysicsObject* obj, PhysicsTreeNode* node);
+    void RemoveFromTree(PhysicsObject* obj);
+    void UpdateObject(PhysicsObject* obj);
+    // Places the root rectangle (nothing in the game does; the root is a zero rectangle).
+    void SetTreeRectangle(HVector2 centre, HVector2 size);
+
+    // The pair loop first compares boxes around the bodies as they stand at pair time and
+    // skips pairs that cannot touch. It changes no result; off, every pair is tested.
+    bool pairPreTest = true;
+
+    PhysicsTreeNode* tree = nullptr;  // owned
+    float lastUpdateTime = 0.0f;
+    EventManager* eventManager = nullptr;  // not owned
+    std::list<PhysicsObject*> objects;     // not owned, in order of insertion
+    std::vector<CollisionHandler*> handlerArray;  // owned
+    std::multimap<std::pair<int, int>, CollisionHandler*, PairHashLess> handlerMap;  // owned
+
+private:
+    void Deliver(PhysicsObject* me, PhysicsObject* other, const HVector2& point,
+                 const HVector2& normal, float distance);
+    void PostGeneric(PhysicsObject* me, PhysicsObject* other, const HVector2& point,
+                     const HVector2& normal, float distance);
+
+    // Per-step scratch, kept to avoid allocating every frame.
+    struct StepEntry {
+        PhysicsObject* obj;
+        PhysicsBody* body;  // 0 for a ray
+        int typeId;
+        float reach;        // greatest vertex distance from the body's position
+    };
+    struct HandlerCacheEntry {
+        int first, second;
+        CollisionHandler* handler;
+        bool swapped;
+    };
+    std::vector<StepEntry> scratch;
+    std::vector<HandlerCacheEntry> handlerCache;
+};
+
+#include <cstdio>
+
+#include "events/eventmanager.h"
+#include "events/events.h"
+
+template <class A, class B>
+bool PhysicsPairHandler<A, B>::Dispatch(PhysicsObject* a, PhysicsObject* b, EventManager* events,
+                                        float dt) {
+    HVector2 point(0.0f, 0.0f), normal(0.0f, 0.0f);
+    float distance = 0.0f;
+    if (!Test(a, b, point, normal, distance, dt)) return false;
+    if (!events) {
+        printf("CollisionManager:EventManager not set\n");
+        return true;
+    }
+    if (a->entity) {
+        auto* e = new CollisionEvent<B>();
+        e->self = a;
+        e->other = b;
+        e->normal = normal;
+        e->point = point;
+        e->distance = distance;
+        e->target = a->entity;
+        events->Post(e, 0.0f);
+    }
+    if (b->entity) {
+        auto* e = new CollisionEvent<A>();
+        e->self = b;
+        e->other = a;
+        e->normal = normal;
+        e->point = point;
+        e->distance = distance;
+        e->target = b->entity;
+        events->Post(e, 0.0f);
+    }
+    return true;
+}
