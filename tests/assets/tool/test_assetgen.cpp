@@ -235,3 +235,20 @@ TEST(AssetgenArt, EveryPictureIsAPowerOfTwoAndRepeatable) {
   EXPECT_EQ(f9.px[0], 0);  // and out to black
   EXPECT_GT(f5.px[(24 * 64 + 32) * 4] + f5.px[(24 * 64 + 32) * 4 + 1], 0);
 }
+
+TEST(AssetgenArt, CompressedPicturesStayCloseToTheirSources) {
+  ArtFonts fonts;
+  ASSERT_TRUE(fonts.Load(kFontDir));
+  for (const Texture& t : MakeFlatTextures(fonts)) {
+    Image back;
+    ASSERT_TRUE(DecodeDds(EncodeDds(t.image, t.dxt5), &back)) << t.path;
+    ASSERT_EQ(back.px.size(), t.image.px.size()) << t.path;
+    double err[4] = {0, 0, 0, 0};
+    for (size_t i = 0; i < back.px.size(); ++i) err[i % 4] += std::abs(int(back.px[i]) - int(t.image.px[i]));
+    size_t n = back.px.size() / 4;
+    for (int c = 0; c < 3; ++c) EXPECT_LT(err[c] / double(n), 12.0) << t.path << " channel " << c;
+    if (t.dxt5) {
+      EXPECT_LT(err[3] / double(n), 6.0) << t.path << " alpha";
+    }
+  }
+}
