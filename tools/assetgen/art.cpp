@@ -55,7 +55,7 @@ void Panel(Image& img, float x, float y, float w, float h, float radius, bool se
 }
 
 Image Button(const ArtFonts& f, const std::string& label, bool selected) {
-  Image img(256, 64, pal::Black());
+  Image img(256, 64, Col{0, 0, 0, 0});  // round corners stay transparent
   Panel(img, 1, 1, 254, 62, 10, selected);
   if (selected) StrokeRoundRect(img, 5, 5, 246, 54, 7, 1, Col{1, 1, 1, 0.5f});
   float ph = 30;
@@ -369,7 +369,8 @@ Image BootWindow(const ArtFonts& f) {
   Panel(img, 40, 300, 432, 150, 14, false);
   DrawTextCentred(img, f.bold, 64, 258, 96, "VELMORA", Col{0, 0, 0, 0.6f});
   DrawTextCentred(img, f.bold, 64, 256, 92, "VELMORA", pal::White());
-  DrawTextCentred(img, f.regular, 22, 256, 130, "dusk in the old town", pal::Highlight());
+  DrawTextCentred(img, f.bold, 22, 257, 131, "dusk in the old town", Col{0, 0, 0, 0.7f});
+  DrawTextCentred(img, f.bold, 22, 256, 130, "dusk in the old town", pal::Highlight());
   DrawTextCentred(img, f.regular, 20, 256, 350, "Walk the courtyard. Throw the switch.", pal::White());
   DrawTextCentred(img, f.regular, 20, 256, 380, "Open the gate before the patrol finds you.", pal::White());
   DrawTextCentred(img, f.regular, 16, 256, 424, "Press Continue", Col{1, 1, 1, 0.7f});
@@ -388,7 +389,7 @@ Image MainMenuWindow(const ArtFonts& f) {
 
 Image CreditsWindow(const ArtFonts& f) {
   Image img(512, 512, pal::Black());
-  Panel(img, 4, 4, 504, 504, 16, false);
+  Panel(img, 0, 0, 512, 512, 0, false);  // fills the window: square corners
   DrawTextCentred(img, f.bold, 40, 256, 70, "Credits", pal::White());
   const char* lines[] = {"Engine, tools and game", "the Velmora team", "", "Art, sound and video",
                          "made by code in tools/", "", "Type: DejaVu Sans", "", "Thanks for playing."};
@@ -403,7 +404,7 @@ Image CreditsWindow(const ArtFonts& f) {
 
 Image IntroWindow(const ArtFonts& f) {
   Image img(512, 256, pal::Black());
-  Panel(img, 2, 2, 508, 252, 12, false);
+  Panel(img, 0, 0, 512, 256, 0, false);
   DrawTextCentred(img, f.bold, 30, 256, 46, "The courtyard", pal::Highlight());
   const char* lines[] = {"Rain over the old town. Police patrol the walls.", "A switch on the wall opens the gate.",
                          "Keep your health up and do not get caught."};
@@ -614,8 +615,8 @@ std::vector<Texture> MakeFlatTextures(const ArtFonts& f) {
                               {"delete", "Delete"},     {"close", "Close"},           {"open", "Open"},
                               {"cancel", "Cancel"},     {"exit_intro", "Exit intro"}, {"exit_level", "Exit level"}};
   for (auto& b : buttons) {
-    t.push_back({std::string("resources/textures/gui/buttons/") + b[0] + ".dds", Button(f, b[1], false), false});
-    t.push_back({std::string("resources/textures/gui/buttons/") + b[0] + "_s.dds", Button(f, b[1], true), false});
+    t.push_back({std::string("resources/textures/gui/buttons/") + b[0] + ".dds", Button(f, b[1], false), true});
+    t.push_back({std::string("resources/textures/gui/buttons/") + b[0] + "_s.dds", Button(f, b[1], true), true});
   }
   t.push_back({"resources/textures/gui/windows/boot.dds", BootWindow(f), false});
   t.push_back({"resources/textures/gui/windows/main_menu.dds", MainMenuWindow(f), false});

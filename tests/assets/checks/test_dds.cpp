@@ -162,7 +162,7 @@ TEST(DdsData, EveryDdsIsWellFormedWithItsWholeChain) {
 TEST(DdsData, AlphaWhereTheArtNeedsIt) {
   for (const char* rel : {"resources/textures/gui/cursor.dds", "resources/textures/character_shadow.dds",
                           "resources/textures/particle.dds", "resources/textures/gui/ingame/health_ico.dds",
-                          "resources/textures/gui/ingame/yellow_arrow.dds"}) {
+                          "resources/textures/gui/ingame/yellow_arrow.dds", "resources/textures/gui/buttons/play_s.dds"}) {
     DdsInfo info;
     ASSERT_EQ(CheckDds(ReadAll(DataPath(rel)), &info), "") << rel;
     EXPECT_EQ(info.code, "DXT5") << rel;
