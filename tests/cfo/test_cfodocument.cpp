@@ -198,6 +198,7 @@ TEST(CfoParse, BraceCountsDifferFailsWithMessage)
     EXPECT_EQ(p.log, "Parse failed: Missing scopes\n");
     EXPECT_EQ(doc.GetError(), "Parse failed: Missing scopes");
     EXPECT_TRUE(doc.children.empty());
+    EXPECT_EQ(doc.GetName(), "Document");  // named before the count
 }
 
 TEST(CfoParse, QuotedBracesAreStillStructure)
