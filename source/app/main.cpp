@@ -11,7 +11,13 @@
 #include "cfo/cfodocument.h"
 #include "cfo/file.h"
 #include "events/events.h"
+#include "resources/font.h"
+#include "resources/shaderprogram.h"
+#include "resources/texturedds.h"
+#include "resources/texturetga.h"
 #include "scene/scenemanager.h"
+#include "world/meshaam.h"
+#include "world/meshasm.h"
 
 namespace {
 
@@ -48,6 +54,17 @@ void RegisterClasses(SceneManager* scene_manager) {
   // --- CustomGuiLayer, GameGuiLayer, GUIWindow, GUIButton, GUIImage, GUIVideo, GUIList,
   // --- GUIFileWindow, Scene, Player, EnemyPoliceDude, StaticGeometry, Trigger, Doors,
   // --- Item, WorldGeometry.
+}
+
+// The resource loaders by file extension, in lookup order.
+void RegisterResourceLoaders(SceneManager* scene_manager) {
+  scene_manager->RegisterResource("dds", TextureDDS());
+  scene_manager->RegisterResource("tga", TextureTGA());
+  scene_manager->RegisterResource("asm", MeshASM());
+  scene_manager->RegisterResource("aam", MeshAAM());
+  scene_manager->RegisterResource("glf", Font());
+  scene_manager->RegisterResource("cg", ShaderProgram());
+  // --- sound: "wav" and "ogg" (Sound) register here, in this order.
 }
 
 // The tree from the configuration's own node, bound, and the world paused until the
@@ -93,12 +110,19 @@ int main(int argc, char** argv) {
   }
   // A missing required extension ends the program at once, with nothing cleaned up.
   if (!CheckCapabilities()) return 0;
-  // --- resources: default texture, global font, shaders, sound and the resource loaders.
+  // The default texture lives on this stack until main returns; the global font for the
+  // whole run. Neither goes through the resource manager.
+  TextureDDS default_texture;
+  default_texture.Load("system/white.dds");
+  LoadGlobalFont("system/tahoma2.glf");
+  InitCg("arbvp1", "arbfp1");
+  // --- sound: the sound system starts here.
 
   DrawLoadingScreen("Loading...", true);
 
   RegisterClasses(scene_manager);
   RegisterTestEntities(scene_manager);  // only with VELMORA_TEST_ENTITIES=1
+  RegisterResourceLoaders(scene_manager);
   window->PrintInfo();
   PrintCapabilities();
   BuildTree(scene_manager, config);

@@ -30,10 +30,7 @@ SceneManager::~SceneManager() {
   owner = nullptr;
 }
 
-ResourceManager* SceneManager::GetResources() {
-  // --- resources: return &resources once the member is here.
-  return nullptr;
-}
+ResourceManager* SceneManager::GetResources() { return &resources; }
 
 CollisionManager* SceneManager::GetPhysics() {
   // --- physics: return &physics once the member is here.
@@ -63,7 +60,7 @@ bool SceneManager::AddSearchPath(const std::string& path) {
   return true;
 }
 
-void SceneManager::Load(CfoNode* node, ResourceManager*) {
+void SceneManager::Load(CfoNode* node, ResourceManager* manager) {
   if (node == nullptr) {
     printf("SceneManager configuration node not defined\n");
     return;
@@ -116,8 +113,8 @@ void SceneManager::Load(CfoNode* node, ResourceManager*) {
     if (CfoReadString(node, binding.key, key_name)) keys.Lookup(key_name, *binding.code);
   }
 
-  // --- resources: cursor = resources->Get<TextureDDS>("resources/textures/gui/cursor.dds")
-  // --- (through the manager passed in) belongs here.
+  // The manager passed in is this one's own; a caller without one gets the member.
+  (manager != nullptr ? manager : &resources)->Load(cursor, "resources/textures/gui/cursor.dds");
 
   if (!CheckExtension("GL_ARB_fragment_program")) {
     r_advanced_shading = false;

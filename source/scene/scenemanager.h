@@ -19,12 +19,13 @@
 
 #include "events/eventmanager.h"
 #include "events/events.h"
+#include "resources/resourcemanager.h"
+#include "resources/texturedds.h"
 #include "scene/classregistry.h"
 #include "scene/entity.h"
 #include "scene/renderqueue.h"
 
 class CfoNode;
-class ResourceManager;
 class CollisionManager;
 
 class SceneManager : public Entity, public EventListener {
@@ -87,12 +88,20 @@ class SceneManager : public Entity, public EventListener {
   ResourceManager* GetResources();
   CollisionManager* GetPhysics();
 
-  // --- resources: `cursor` (the "resources/textures/gui/cursor.dds" texture handle)
-  // --- belongs here, fetched in Load.
+  // A resource loader for files ending in `extension`; only the prototype's type counts.
+  template <class T>
+  void RegisterResource(const std::string& extension, T prototype) {
+    (void)prototype;
+    resources.RegisterType<T>(extension);
+  }
+
   RenderQueue render_queue;
   ClassRegistry classes;
   EventManager events;
-  // --- resources: the `ResourceManager resources;` member belongs here.
+  ResourceManager resources;
+  // "resources/textures/gui/cursor.dds", fetched in Load. Declared after `resources` so
+  // that the handle is released while its manager still exists.
+  ResourceHandle<TextureDDS> cursor;
   // --- physics: the `CollisionManager physics;` member belongs here.
   std::list<Entity*> delete_list;  // requests from DeleteEntityEvent, not owned
   std::string pending_scene;       // from LoadGameEvent; empty when none
