@@ -113,8 +113,8 @@ void SceneManager::Load(CfoNode* node, ResourceManager* manager) {
     if (CfoReadString(node, binding.key, key_name)) keys.Lookup(key_name, *binding.code);
   }
 
-  // The manager passed in is this one's own; a caller without one gets the member.
-  (manager != nullptr ? manager : &resources)->Load(cursor, "resources/textures/gui/cursor.dds");
+  // Through the manager passed in (the tree builder passes this one's own).
+  if (manager != nullptr) manager->Load(cursor, "resources/textures/gui/cursor.dds");
 
   if (!CheckExtension("GL_ARB_fragment_program")) {
     r_advanced_shading = false;
