@@ -277,7 +277,8 @@ void SceneManager::DeleteSubtree(Entity* entity) {
     for (Entity* child : doomed[i]->children)
       if (child != nullptr) doomed.push_back(child);
   for (Entity* gone : doomed) delete_list.remove(gone);
-  for (Entity* gone : doomed) delete gone;
+  // Deepest first: a child goes while its parent still stands.
+  for (auto it = doomed.rbegin(); it != doomed.rend(); ++it) delete *it;
 }
 
 void SceneManager::CleanUpObjects() {
