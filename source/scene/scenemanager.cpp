@@ -33,12 +33,11 @@ SceneManager::~SceneManager() {
 ResourceManager* SceneManager::GetResources() { return &resources; }
 
 CollisionManager* SceneManager::GetPhysics() {
-  // --- physics: return &physics once the member is here.
-  return nullptr;
+  return &physics;
 }
 
 void SceneManager::Bind(EventManager*, SceneManager*, CollisionManager*) {
-  // --- physics: physics.SetEventManager(&events) (its EventManager pointer) goes first.
+  physics.SetEventManager(&events);
   events.Attach(this);
   events.AddHandler(this, &SceneManager::OnFrame);
   events.AddHandler(this, &SceneManager::OnDeleteEntity);
@@ -113,8 +112,8 @@ void SceneManager::Load(CfoNode* node, ResourceManager* manager) {
     if (CfoReadString(node, binding.key, key_name)) keys.Lookup(key_name, *binding.code);
   }
 
-  // Through the manager passed in (the tree builder passes this one's own).
-  if (manager != nullptr) manager->Load(cursor, "resources/textures/gui/cursor.dds");
+  // The manager passed in is this one's own; a caller without one gets the member.
+  (manager != nullptr ? manager : &resources)->Load(cursor, "resources/textures/gui/cursor.dds");
 
   if (!CheckExtension("GL_ARB_fragment_program")) {
     r_advanced_shading = false;
@@ -194,7 +193,7 @@ void SceneManager::DestroyTree(SceneManager* scene, Entity* entity) {
 bool SceneManager::UpdateAt(float now) {
   dt = now - time;
   time = now;
-  // --- physics: physics.Step(dt, time) runs here, before the events of the frame.
+  physics.Step(dt, time);
   return events.Update(time);
 }
 
