@@ -19,6 +19,7 @@
 
 #include "events/eventmanager.h"
 #include "events/events.h"
+#include "physics/collisionmanager.h"
 #include "resources/resourcemanager.h"
 #include "resources/texturedds.h"
 #include "scene/classregistry.h"
@@ -102,7 +103,7 @@ class SceneManager : public Entity, public EventListener {
   // "resources/textures/gui/cursor.dds", fetched in Load. Declared after `resources` so
   // that the handle is released while its manager still exists.
   ResourceHandle<TextureDDS> cursor;
-  // --- physics: the `CollisionManager physics;` member belongs here.
+  CollisionManager physics;
   std::list<Entity*> delete_list;  // requests from DeleteEntityEvent, not owned
   std::string pending_scene;       // from LoadGameEvent; empty when none
   float time = 0.0f;               // seconds, last frame
