@@ -8,6 +8,8 @@
 
 #include "../resources/imagewriters.h"
 #include "../resources/testdir.h"
+#include "app/draw.h"
+#include "app/settings.h"
 #include "gl/glprocs.h"
 #include "resources/font.h"
 #include "resources/resourcemanager.h"
@@ -513,4 +515,29 @@ TEST(ShaderGfx, SyntaxErrorAndUnknownNamesGoThroughTheCallback) {
     vp.SetParameter3fv("Nope", v);
     vp.SetParameter3fv("LigthColor", v);
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "Cg error: Invalid parameter handle: 'Nope'.\n");
+}
+
+TEST(LoadingScreenGfx, TextIsPrintedWithTheGlobalFont) {
+    // One glyph 'L' of the whole 64x32 texture: 32 by 16 units at the screen's scale 0.5.
+    std::vector<Glyph> glyphs(90 - 32 + 1, Glyph{1.0f, 1.0f, 0.0f, 0.0f, 1.0f, 1.0f});
+    WriteFile("gfx/loading.glf", MakeGLF(64, 32, 32, 90, glyphs, std::vector<uint8_t>(64 * 32 * 2, 255)));
+    ASSERT_TRUE(LoadGlobalFont("gfx/loading.glf"));
+    ASSERT_NE(loading_text_printer, nullptr);
+    virtual_width = 1024;
+    virtual_height = 768;
+    glViewport(0, 0, kSize, kSize);
+    glMatrixMode(GL_MODELVIEW);
+    glLoadIdentity();
+    // The text starts at (W/2 - w/2.5, H/2 - h/4) = (348.16, 368.64) and runs down and
+    // right; (364, 376) is inside the glyph, i.e. pixel (91, 125) of the 256x256 window.
+    DrawLoadingScreen("L", true);
+    EXPECT_TRUE(Near(Pixel(91, 125), Rgb{255, 255, 255})) << Str(Pixel(91, 125));
+    // Left of the text, still inside the box: the box's dark blue.
+    EXPECT_TRUE(Near(Pixel(82, 125), Rgb{0, 0, 77})) << Str(Pixel(82, 125));
+
+    LoadingTextPrinter saved = loading_text_printer;
+    loading_text_printer = nullptr;
+    DrawLoadingScreen("L", true);
+    EXPECT_TRUE(Near(Pixel(91, 125), Rgb{0, 0, 77})) << Str(Pixel(91, 125));
+    loading_text_printer = saved;
 }
