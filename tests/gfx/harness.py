@@ -275,6 +275,51 @@ class Game:
         subprocess.run(['xdotool', 'keyup', name], stdout=subprocess.DEVNULL,
                        stderr=subprocess.DEVNULL, timeout=10)
 
+    def close_window(self):
+        """Asks the window to close as a window manager does (WM_DELETE_WINDOW), which
+        SDL reports as a quit. True when the message was sent."""
+        import ctypes
+        import ctypes.util
+        name = ctypes.util.find_library('X11')
+        if not name or self.window is None:
+            return False
+        x11 = ctypes.CDLL(name)
+        x11.XOpenDisplay.restype = ctypes.c_void_p
+        x11.XOpenDisplay.argtypes = [ctypes.c_char_p]
+        x11.XInternAtom.restype = ctypes.c_ulong
+        x11.XInternAtom.argtypes = [ctypes.c_void_p, ctypes.c_char_p, ctypes.c_int]
+        x11.XSendEvent.argtypes = [ctypes.c_void_p, ctypes.c_ulong, ctypes.c_int, ctypes.c_long,
+                                   ctypes.c_void_p]
+        x11.XFlush.argtypes = [ctypes.c_void_p]
+        x11.XCloseDisplay.argtypes = [ctypes.c_void_p]
+
+        class ClientMessage(ctypes.Structure):
+            _fields_ = [('type', ctypes.c_int), ('serial', ctypes.c_ulong),
+                        ('send_event', ctypes.c_int), ('display', ctypes.c_void_p),
+                        ('window', ctypes.c_ulong), ('message_type', ctypes.c_ulong),
+                        ('format', ctypes.c_int), ('data', ctypes.c_long * 5)]
+
+        class Event(ctypes.Union):
+            _fields_ = [('client', ClientMessage), ('pad', ctypes.c_long * 24)]
+
+        display = x11.XOpenDisplay(None)
+        if not display:
+            return False
+        window = int(self.window)
+        event = Event()
+        event.client.type = 33  # ClientMessage
+        event.client.send_event = 1
+        event.client.display = display
+        event.client.window = window
+        event.client.message_type = x11.XInternAtom(display, b'WM_PROTOCOLS', 0)
+        event.client.format = 32
+        event.client.data[0] = x11.XInternAtom(display, b'WM_DELETE_WINDOW', 0)
+        event.client.data[1] = 0  # CurrentTime
+        ok = x11.XSendEvent(display, window, 0, 0, ctypes.byref(event)) != 0
+        x11.XFlush(display)
+        x11.XCloseDisplay(display)
+        return ok
+
     def mouse_move(self, x, y):
         """Moves the pointer to (x, y) in window pixels."""
         subprocess.run(['xdotool', 'mousemove', '--window', self.window, str(x), str(y)],

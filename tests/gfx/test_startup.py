@@ -79,6 +79,19 @@ def case_banner_gl_and_extension_lines(c):
     return c.done([game])
 
 
+def case_closing_the_window_ends_like_q(c):
+    game = Game(config=WINDOW + 'SceneManager={}\n').start()
+    try:
+        wid = game.find_window()
+        c.check(wid is not None, 'the window "Orsin" appears')
+        c.check(game.wait_for_colour(GREY, fraction=0.99) is not None, 'the grey frame')
+        c.check(game.close_window(), 'the close request is sent')
+        c.equal(game.wait_exit(20), 0, 'exit code after closing the window')
+    finally:
+        game.stop()
+    return c.done([game])
+
+
 def case_no_scenemanager_node(c):
     game = Game(config=WINDOW).start()
     try:
