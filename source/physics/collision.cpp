@@ -4,6 +4,7 @@
 
 #include <cmath>
 #include <cstdio>
+#include <cstring>
 
 #include "math/hmath.h"
 #include "physics/physics.h"
@@ -17,6 +18,17 @@ PhysicsMatrix PhysicsMatrix::FromDegrees(float degrees) {
     r.m[2] = s;
     r.m[3] = c;
     return r;
+}
+
+const PhysicsMatrix& PhysicsBody::OrientationMatrix() const {
+    uint32_t bits;
+    std::memcpy(&bits, &orientation, sizeof bits);
+    if (!cachedValid || bits != cachedAngleBits) {
+        cachedMatrix = PhysicsMatrix::FromDegrees(orientation);
+        cachedAngleBits = bits;
+        cachedValid = true;
+    }
+    return cachedMatrix;
 }
 
 PhysicsMatrix PhysicsMatrix::TimesTranspose(const PhysicsMatrix& b) const {
@@ -110,8 +122,8 @@ bool PhysicsBody::FindCollision(const PhysicsBody& other, HVector2& N, float& t)
     const HVector2* A = vertices.data();
     const HVector2* B = other.vertices.data();
 
-    PhysicsMatrix OA = PhysicsMatrix::FromDegrees(orientation);
-    PhysicsMatrix OB = PhysicsMatrix::FromDegrees(other.orientation);
+    const PhysicsMatrix OA = OrientationMatrix();
+    const PhysicsMatrix OB = other.OrientationMatrix();
     PhysicsMatrix xOrient = OA.TimesTranspose(OB);
     HVector2 xOffset = OB.MulT(position - other.position);
     HVector2 xVel = OB.MulT(velocity - other.velocity);
@@ -295,8 +307,8 @@ bool ConvertSupportPointsToContacts(const HVector2& N, HVector2* S0, int S0num, 
 
 bool PhysicsBody::FindContacts(const PhysicsBody& other, HVector2 N, float t, HVector2* CA,
                                HVector2* CB, int& Cnum) const {
-    PhysicsMatrix OA = PhysicsMatrix::FromDegrees(orientation);
-    PhysicsMatrix OB = PhysicsMatrix::FromDegrees(other.orientation);
+    const PhysicsMatrix OA = OrientationMatrix();
+    const PhysicsMatrix OB = other.OrientationMatrix();
     HVector2 S0[4];
     HVector2 S1[4];
     int S0num = FindSupportPoints(N, t, vertices.data(), VertexCount(), position, velocity, OA, S0);
@@ -340,7 +352,7 @@ bool PhysicsBody::RayTest(HVector2 origin, HVector2 direction, HVector2& point, 
                           float& distance) const {
     bool found = false;
     float bestU = 85465168.0f;
-    PhysicsMatrix O = PhysicsMatrix::FromDegrees(orientation);
+    const PhysicsMatrix O = OrientationMatrix();
     const int n = VertexCount();
     for (int i = 0; i < n; i++) {
         HVector2 P0 = position + O.Mul(vertices[i]);

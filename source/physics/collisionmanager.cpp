@@ -178,15 +178,28 @@ void CollisionManager::Step(float dt, float time) {
         for (PhysicsObject* obj : objects) obj->Update(step);
     }
 
-    // 2. Pair loop. The kinds and polygons of the objects do not change inside the loop,
-    // so they are gathered once; positions, flags and entities are read live.
+    // 2. Pair loop. The kinds, polygons, flags and entities of the objects do not change
+    // inside the loop (handlers do not run during it), so they are gathered once;
+    // positions are read live, as separations move bodies within the loop.
+    const int charId = PhysicsCharacter::StaticTypeId();
+    const int staticId = PhysicsStaticGeometry::StaticTypeId();
+    const int rayId = PhysicsRayCast::StaticTypeId();
+    const int kindIds[3] = {charId, staticId, rayId};
+    bool otherKinds = false;
     scratch.clear();
     for (PhysicsObject* obj : objects) {
-        StepEntry e{obj, nullptr, obj->GetTypeId(), 0.0f};
-        if (e.typeId == PhysicsCharacter::StaticTypeId())
+        StepEntry e{obj, nullptr, obj->GetTypeId(), 3, obj->disabled, obj->entity, 0.0f};
+        if (e.typeId == charId) {
+            e.kind = 0;
             e.body = &static_cast<PhysicsCharacter*>(obj)->body;
-        else if (e.typeId == PhysicsStaticGeometry::StaticTypeId())
+        } else if (e.typeId == staticId) {
+            e.kind = 1;
             e.body = &static_cast<PhysicsStaticGeometry*>(obj)->body;
+        } else if (e.typeId == rayId) {
+            e.kind = 2;
+        } else {
+            otherKinds = true;
+        }
         if (e.body) {
             float r2 = 0.0f;
             const int n = e.body->VertexCount();
@@ -199,40 +212,78 @@ void CollisionManager::Step(float dt, float time) {
         scratch.push_back(e);
     }
 
+    // The table lookup (with the swapped order as a second try) depends only on the two
+    // type ids, and the table does not change during the step.
+    handlerCache.clear();
+    auto lookup = [this](int first, int second, bool& swapped) {
+        for (const HandlerCacheEntry& c : handlerCache) {
+            if (c.first == first && c.second == second) {
+                swapped = c.swapped;
+                return c.handler;
+            }
+        }
+        swapped = false;
+        CollisionHandler* h = FindHandler(first, second);
+        if (!h) {
+            h = FindHandler(second, first);
+            swapped = true;
+        }
+        handlerCache.push_back({first, second, h, swapped});
+        return h;
+    };
+    CollisionHandler* kindHandler[3][3];
+    bool kindSwapped[3][3];
+    for (int a = 0; a < 3; a++)
+        for (int b = 0; b < 3; b++) kindHandler[a][b] = lookup(kindIds[a], kindIds[b], kindSwapped[a][b]);
+
+    // Pairs of kinds without a handler are passed over without visiting them: an object's
+    // inner loop walks only the objects of kinds it can meet, still in list order.
+    const size_t count = scratch.size();
+    const bool pruneRays = pairPreTest && !otherKinds && !kindHandler[2][2];
+    const bool pruneStatics = pairPreTest && !otherKinds && !kindHandler[1][1];
+    allIndex.clear();
+    nonRayIndex.clear();
+    nonStaticIndex.clear();
+    for (size_t k = 0; k < count; k++) {
+        allIndex.push_back(uint32_t(k));
+        if (scratch[k].kind != 2) nonRayIndex.push_back(uint32_t(k));
+        if (scratch[k].kind != 1) nonStaticIndex.push_back(uint32_t(k));
+    }
+    size_t nonRayCursor = 0, nonStaticCursor = 0;
+
     HVector2 point(0.0f, 0.0f);
     HVector2 normal(0.0f, 0.0f);
     float distance = 0.0f;
-    const size_t count = scratch.size();
     for (size_t i = 0; i < count; i++) {
         const StepEntry& ei = scratch[i];
+        while (nonRayCursor < nonRayIndex.size() && nonRayIndex[nonRayCursor] < i) nonRayCursor++;
+        while (nonStaticCursor < nonStaticIndex.size() && nonStaticIndex[nonStaticCursor] < i)
+            nonStaticCursor++;
+        if (ei.disabled) continue;
+        const uint32_t* js = allIndex.data() + i;
+        size_t jn = count - i;
+        if (ei.kind == 2 && pruneRays) {
+            js = nonRayIndex.data() + nonRayCursor;
+            jn = nonRayIndex.size() - nonRayCursor;
+        } else if (ei.kind == 1 && pruneStatics) {
+            js = nonStaticIndex.data() + nonStaticCursor;
+            jn = nonStaticIndex.size() - nonStaticCursor;
+        }
         PhysicsObject* oi = ei.obj;
-        for (size_t j = i; j < count; j++) {
-            const StepEntry& ej = scratch[j];
+        for (size_t jj = 0; jj < jn; jj++) {
+            const StepEntry& ej = scratch[js[jj]];
             PhysicsObject* oj = ej.obj;
-            if (oi == oj || oi->disabled || oj->disabled) continue;
+            if (oi == oj || ej.disabled) continue;
 
-            // The table lookup (with the swapped order as a second try), cached per pair of
-            // kinds: the table does not change during the step.
-            CollisionHandler* handler = nullptr;
-            bool swapped = false;
-            bool cached = false;
-            for (const HandlerCacheEntry& c : handlerCache) {
-                if (c.first == ei.typeId && c.second == ej.typeId) {
-                    handler = c.handler;
-                    swapped = c.swapped;
-                    cached = true;
-                    break;
-                }
+            CollisionHandler* handler;
+            bool swapped;
+            if (ei.kind < 3 && ej.kind < 3) {
+                handler = kindHandler[ei.kind][ej.kind];
+                swapped = kindSwapped[ei.kind][ej.kind];
+            } else {
+                handler = lookup(ei.typeId, ej.typeId, swapped);
             }
-            if (!cached) {
-                handler = FindHandler(ei.typeId, ej.typeId);
-                if (!handler) {
-                    handler = FindHandler(ej.typeId, ei.typeId);
-                    swapped = true;
-                }
-                handlerCache.push_back({ei.typeId, ej.typeId, handler, swapped});
-            }
-            if (!handler || oi->entity == oj->entity) continue;
+            if (!handler || ei.entity == ej.entity) continue;
 
             if (pairPreTest && ei.body && ej.body) {
                 // Each polygon lies within its reach of its position whatever its

@@ -123,8 +123,9 @@ public:
     // Places the root rectangle (nothing in the game does; the root is a zero rectangle).
     void SetTreeRectangle(HVector2 centre, HVector2 size);
 
-    // The pair loop first compares boxes around the bodies as they stand at pair time and
-    // skips pairs that cannot touch. It changes no result; off, every pair is tested.
+    // The pair loop passes over pairs of kinds that have no handler without visiting them,
+    // and compares boxes around two bodies as they stand at pair time, skipping pairs that
+    // cannot touch. Neither changes a result; off, every pair is visited and tested.
     bool pairPreTest = true;
 
     PhysicsTreeNode* tree = nullptr;  // owned
@@ -145,6 +146,9 @@ private:
         PhysicsObject* obj;
         PhysicsBody* body;  // 0 for a ray
         int typeId;
+        int kind;           // 0 character, 1 static geometry, 2 ray, 3 anything else
+        bool disabled;
+        Entity* entity;
         float reach;        // greatest vertex distance from the body's position
     };
     struct HandlerCacheEntry {
@@ -154,6 +158,7 @@ private:
     };
     std::vector<StepEntry> scratch;
     std::vector<HandlerCacheEntry> handlerCache;
+    std::vector<uint32_t> allIndex, nonRayIndex, nonStaticIndex;
 };
 
 #include <cstdio>

@@ -88,6 +88,18 @@ public:
     bool hasHit = false;
 };
 
+// An orientation matrix [m0 m1; m2 m3] = [cos a, -sin a; sin a, cos a].
+struct PhysicsMatrix {
+    float m[4] = {1.0f, 0.0f, 0.0f, 1.0f};
+    static PhysicsMatrix FromDegrees(float degrees);
+    // M·v: forward rotation.
+    HVector2 Mul(const HVector2& v) const { return HVector2(m[0] * v.x + m[1] * v.y, m[2] * v.x + m[3] * v.y); }
+    // v·M: inverse rotation.
+    HVector2 MulT(const HVector2& v) const { return HVector2(v.x * m[0] + v.y * m[2], v.x * m[1] + v.y * m[3]); }
+    // A·Bᵀ.
+    PhysicsMatrix TimesTranspose(const PhysicsMatrix& b) const;
+};
+
 class PhysicsBody {
 public:
     // The support search keeps one float per vertex in a fixed array of this size.
@@ -122,6 +134,10 @@ public:
         return vertices.size() > size_t(kMaxVertices) ? kMaxVertices : int(vertices.size());
     }
 
+    // The rotation of `orientation`, worked out once per angle (the same arithmetic as
+    // PhysicsMatrix::FromDegrees, so results do not depend on the cache).
+    const PhysicsMatrix& OrientationMatrix() const;
+
     HVector2 force;
     float torque = 0.0f;
     float invMass = 0.0f;
@@ -134,6 +150,11 @@ public:
     float maxAngularSpeed = 0.0f;
     std::vector<HVector2> vertices;  // relative to position, unrotated
     bool immovable = false;
+
+private:
+    mutable bool cachedValid = false;
+    mutable uint32_t cachedAngleBits = 0;
+    mutable PhysicsMatrix cachedMatrix;
 };
 
 class PhysicsCharacter : public PhysicsObject {
@@ -248,18 +269,6 @@ public:
 };
 
 // ---- free collision functions (physics/collision.cpp) ----
-
-// An orientation matrix [m0 m1; m2 m3] = [cos a, -sin a; sin a, cos a].
-struct PhysicsMatrix {
-    float m[4] = {1.0f, 0.0f, 0.0f, 1.0f};
-    static PhysicsMatrix FromDegrees(float degrees);
-    // M·v: forward rotation.
-    HVector2 Mul(const HVector2& v) const { return HVector2(m[0] * v.x + m[1] * v.y, m[2] * v.x + m[3] * v.y); }
-    // v·M: inverse rotation.
-    HVector2 MulT(const HVector2& v) const { return HVector2(v.x * m[0] + v.y * m[2], v.x * m[1] + v.y * m[3]); }
-    // A·Bᵀ.
-    PhysicsMatrix TimesTranspose(const PhysicsMatrix& b) const;
-};
 
 // Axis arrays hold every edge of both polygons plus the velocity and two segment axes.
 constexpr int kPhysicsMaxAxes = 2 * PhysicsBody::kMaxVertices + 3;

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <memory>
 #include <random>
@@ -91,9 +92,15 @@ TEST(PhysicsManager, HandlersRegisteredInTableOrder) {
     // Keys are their hashes: a reversed pair finds nothing unless its hash is taken.
     std::vector<int32_t> taken = {PairHash(c, s), PairHash(c, c), PairHash(c, r), PairHash(s, r)};
     auto isTaken = [&](int32_t h) { return std::find(taken.begin(), taken.end(), h) != taken.end(); };
-    if (!isTaken(PairHash(r, s))) EXPECT_EQ(m.FindHandler(r, s), nullptr);
-    if (!isTaken(PairHash(s, s))) EXPECT_EQ(m.FindHandler(s, s), nullptr);
-    if (!isTaken(PairHash(r, r))) EXPECT_EQ(m.FindHandler(r, r), nullptr);
+    if (!isTaken(PairHash(r, s))) {
+        EXPECT_EQ(m.FindHandler(r, s), nullptr);
+    }
+    if (!isTaken(PairHash(s, s))) {
+        EXPECT_EQ(m.FindHandler(s, s), nullptr);
+    }
+    if (!isTaken(PairHash(r, r))) {
+        EXPECT_EQ(m.FindHandler(r, r), nullptr);
+    }
 
     CollisionHandler base;
     PhysicsRayCast a, b;

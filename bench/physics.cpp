@@ -1,0 +1,250 @@
+// Physics against Box2D 2.4 in the same run:
+//  (1) one polygon pair: FindCollision plus FindContacts against b2CollidePolygons, with
+//      the same 6- and 8-sided polygons, overlapping and apart;
+//  (2) a whole step: CollisionManager::Step with N characters among 100 static walls and
+//      two rays each, against b2World::Step (zero gravity) with the same bodies plus the
+//      same rays cast through b2World::RayCast.
+
+#include <benchmark/benchmark.h>
+#include <box2d/box2d.h>
+
+#include <cmath>
+#include <memory>
+#include <random>
+#include <vector>
+
+#include "events/eventmanager.h"
+#include "physics/collisionmanager.h"
+#include "scene/entity.h"
+
+namespace {
+
+std::vector<HVector2> RegularPolygon(int n, float radius) {
+    std::vector<HVector2> v;
+    for (int i = 0; i < n; i++) {
+        float a = 6.2831853f * float(i) / float(n) + 0.3f;
+        v.push_back(HVector2(std::cos(a) * radius, std::sin(a) * radius));
+    }
+    return v;
+}
+
+// ---- (1) one pair ----
+
+struct PairSetup {
+    PhysicsBody a, b;
+    b2PolygonShape sa, sb;
+    b2Transform ta, tb;
+    explicit PairSetup(bool overlapping) {
+        auto va = RegularPolygon(6, 50.0f);
+        auto vb = RegularPolygon(8, 50.0f);
+        std::vector<b2Vec2> pa, pb;
+        for (auto& v : va) {
+            a.AddVertex(v);
+            pa.push_back(b2Vec2(v.x, v.y));
+        }
+        for (auto& v : vb) {
+            b.AddVertex(v);
+            pb.push_back(b2Vec2(v.x, v.y));
+        }
+        sa.Set(pa.data(), int32(pa.size()));
+        sb.Set(pb.data(), int32(pb.size()));
+        a.position = HVector2(0.0f, 0.0f);
+        a.orientation = 20.0f;
+        b.position = HVector2(overlapping ? 80.0f : 200.0f, 10.0f);
+        b.orientation = -35.0f;
+        ta.Set(b2Vec2(a.position.x, a.position.y), a.orientation * b2_pi / 180.0f);
+        tb.Set(b2Vec2(b.position.x, b.position.y), b.orientation * b2_pi / 180.0f);
+    }
+};
+
+void BM_PairVelmora(benchmark::State& state) {
+    PairSetup s(state.range(0) != 0);
+    HVector2 CA[4], CB[4];
+    for (auto _ : state) {
+        HVector2 N;
+        float t = 0.0f;
+        int Cnum = 0;
+        bool hit = s.a.FindCollision(s.b, N, t);
+        if (hit) s.a.FindContacts(s.b, N, t, CA, CB, Cnum);
+        benchmark::DoNotOptimize(hit);
+        benchmark::DoNotOptimize(Cnum);
+        benchmark::DoNotOptimize(CA);
+    }
+}
+BENCHMARK(BM_PairVelmora)->Arg(1)->Arg(0)->ArgName("overlapping");
+
+void BM_PairBox2D(benchmark::State& state) {
+    PairSetup s(state.range(0) != 0);
+    for (auto _ : state) {
+        b2Manifold m;
+        b2CollidePolygons(&m, &s.sa, s.ta, &s.sb, s.tb);
+        benchmark::DoNotOptimize(m);
+    }
+}
+BENCHMARK(BM_PairBox2D)->Arg(1)->Arg(0)->ArgName("overlapping");
+
+// ---- (2) a whole step ----
+
+struct Layout {
+    struct Wall {
+        HVector2 centre;
+        float hx, hy;
+    };
+    struct Character {
+        HVector2 at;
+        float heading;
+    };
+    std::vector<Wall> walls;
+    std::vector<Character> characters;
+    explicit Layout(int n) {
+        std::mt19937 rng(4242);
+        std::uniform_real_distribution<float> place(-1000.0f, 1000.0f);
+        std::uniform_real_distribution<float> size(10.0f, 60.0f);
+        std::uniform_real_distribution<float> angle(0.0f, 360.0f);
+        for (int i = 0; i < 100; i++) walls.push_back({HVector2(place(rng), place(rng)), size(rng), size(rng)});
+        for (int i = 0; i < n; i++) characters.push_back({HVector2(place(rng), place(rng)), angle(rng)});
+    }
+};
+
+constexpr float kCharacterRadius = 40.0f;  // the hexagon's vertices lie 20 from the centre
+constexpr float kStep = 1.0f / 30.0f;
+
+HVector2 RayDirection(float degrees, int k) {
+    float a = (degrees + (k == 0 ? 0.0f : 180.0f)) * 3.14159265f / 180.0f;
+    return HVector2(std::cos(a), std::sin(a));
+}
+
+void BM_StepVelmora(benchmark::State& state) {
+    const int n = int(state.range(0));
+    Layout layout(n);
+    EventManager events;
+    CollisionManager m;
+    m.SetEventManager(&events);
+    std::vector<std::unique_ptr<Entity>> entities;
+    std::vector<std::unique_ptr<PhysicsStaticGeometry>> walls;
+    std::vector<std::unique_ptr<PhysicsCharacter>> characters;
+    std::vector<std::unique_ptr<PhysicsRayCast>> rays;
+    for (auto& w : layout.walls) {
+        auto s = std::make_unique<PhysicsStaticGeometry>();
+        s->body.position = w.centre;
+        s->AddVertex(HVector2(-w.hx, -w.hy));
+        s->AddVertex(HVector2(w.hx, -w.hy));
+        s->AddVertex(HVector2(w.hx, w.hy));
+        s->AddVertex(HVector2(-w.hx, w.hy));
+        s->Prepare();
+        m.AddObject(s.get());
+        walls.push_back(std::move(s));
+    }
+    for (auto& c : layout.characters) {
+        entities.push_back(std::make_unique<Entity>());
+        auto p = std::make_unique<PhysicsCharacter>();
+        p->body.MakeCircle(1.0f, 6);
+        p->ScaleHull(kCharacterRadius);
+        p->body.position = c.at;
+        p->body.orientation = c.heading;
+        p->Prepare();
+        p->boundingCircle.centre = c.at;
+        p->moveForward = true;
+        p->SetEntity(entities.back().get());
+        m.AddObject(p.get());
+        for (int k = 0; k < 2; k++) {
+            auto r = std::make_unique<PhysicsRayCast>();
+            r->SetOrigin(c.at);
+            r->SetDirection(RayDirection(c.heading, k));
+            r->SetCollisionMode(1, HVector2(0.0f, 1000.0f));
+            r->SetEntity(entities.back().get());
+            m.AddObject(r.get());
+            rays.push_back(std::move(r));
+        }
+        characters.push_back(std::move(p));
+    }
+    float time = 0.0f;
+    for (auto _ : state) {
+        time += kStep + 0.0001f;  // every call integrates once, as Box2D steps once
+        m.Step(kStep, time);
+        state.PauseTiming();
+        events.Update(time);  // drops the posted events; not part of the physics
+        state.ResumeTiming();
+    }
+    for (auto& r : rays) m.RemoveObject(r.get());
+    for (auto& c : characters) m.RemoveObject(c.get());
+    for (auto& w : walls) m.RemoveObject(w.get());
+}
+BENCHMARK(BM_StepVelmora)->Arg(10)->Arg(50)->Arg(200)->ArgName("characters")->Unit(benchmark::kMicrosecond);
+
+class ClosestHit : public b2RayCastCallback {
+public:
+    float ReportFixture(b2Fixture* fixture, const b2Vec2& point, const b2Vec2&, float fraction) override {
+        hit = fixture;
+        where = point;
+        return fraction;  // clip to the nearest
+    }
+    b2Fixture* hit = nullptr;
+    b2Vec2 where;
+};
+
+void BM_StepBox2D(benchmark::State& state) {
+    const int n = int(state.range(0));
+    Layout layout(n);
+    b2World world(b2Vec2(0.0f, 0.0f));
+    for (auto& w : layout.walls) {
+        b2BodyDef def;
+        def.type = b2_staticBody;
+        def.position.Set(w.centre.x, w.centre.y);
+        b2Body* body = world.CreateBody(&def);
+        b2PolygonShape box;
+        box.SetAsBox(w.hx, w.hy);
+        body->CreateFixture(&box, 0.0f);
+    }
+    std::vector<b2Body*> bodies;
+    std::vector<float> headings;
+    // The same hexagon as the characters: radius 20, first vertex at 90 degrees.
+    b2Vec2 hex[6];
+    for (int i = 0; i < 6; i++) {
+        float a = 3.14159265f / 6.0f + 2.0f * 3.14159265f / 6.0f * float(i + 1);
+        hex[i].Set(std::cos(a) * kCharacterRadius * 0.5f, std::sin(a) * kCharacterRadius * 0.5f);
+    }
+    for (auto& c : layout.characters) {
+        b2BodyDef def;
+        def.type = b2_dynamicBody;
+        def.position.Set(c.at.x, c.at.y);
+        def.angle = c.heading * 3.14159265f / 180.0f;
+        def.linearDamping = 10.0f;
+        def.fixedRotation = true;
+        b2Body* body = world.CreateBody(&def);
+        b2PolygonShape shape;
+        shape.Set(hex, 6);
+        b2FixtureDef fd;
+        fd.shape = &shape;
+        fd.density = 1.0f;
+        body->CreateFixture(&fd);
+        b2MassData md;
+        body->GetMassData(&md);
+        md.mass = 1.0f;
+        body->SetMassData(&md);
+        bodies.push_back(body);
+        headings.push_back(c.heading);
+    }
+    ClosestHit cb;
+    for (auto _ : state) {
+        for (size_t i = 0; i < bodies.size(); i++) {
+            float a = bodies[i]->GetAngle();
+            bodies[i]->ApplyForceToCenter(b2Vec2(std::cos(a) * 1000.0f, std::sin(a) * 1000.0f), true);
+        }
+        world.Step(kStep, 8, 3);
+        for (size_t i = 0; i < bodies.size(); i++) {
+            b2Vec2 p = bodies[i]->GetPosition();
+            for (int k = 0; k < 2; k++) {
+                HVector2 d = RayDirection(headings[i], k);
+                cb.hit = nullptr;
+                world.RayCast(&cb, p, p + 1000.0f * b2Vec2(d.x, d.y));
+                benchmark::DoNotOptimize(cb.hit);
+            }
+        }
+    }
+}
+BENCHMARK(BM_StepBox2D)->Arg(10)->Arg(50)->Arg(200)->ArgName("characters")->Unit(benchmark::kMicrosecond);
+
+}  // namespace
+
+BENCHMARK_MAIN();
