@@ -222,7 +222,10 @@ void InitCg(const std::string& vertex_profile_name, const std::string& fragment_
 }
 
 std::string WrapShaderSource(const std::string& text, bool vertex) {
-    std::string out = "#version 120\n#line 1\n";
+    // A file that names its own version keeps it; the others get 1.20.
+    size_t first = text.find_first_not_of(" \t\r\n");
+    bool has_version = first != std::string::npos && text.compare(first, 8, "#version") == 0;
+    std::string out = has_version ? "" : "#version 120\n#line 1\n";
     out += text;
     out += vertex ? "\nvoid main() { vertex_program(); }\n" : "\nvoid main() { fragment_program(); }\n";
     return out;

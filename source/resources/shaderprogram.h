@@ -7,7 +7,8 @@
 //
 // A ".cg" file holds GLSL (version 1.20 with the compatibility built-ins) whose entry
 // function is `void vertex_program()` or `void fragment_program()`; the layer puts a
-// "#version 120" line before it and a `main` that calls the entry after it. Each program
+// "#version 120" line before it (unless the file starts with its own "#version") and a
+// `main` that calls the entry after it. Each program
 // is linked on its own, so a vertex program runs with the fixed-function fragment stage
 // and the other way round; when both stages are enabled and bound, the pair is linked
 // once and cached. Parameter values are kept per program and replayed into whichever GL
