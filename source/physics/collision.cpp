@@ -40,27 +40,36 @@ PhysicsMatrix PhysicsMatrix::TimesTranspose(const PhysicsMatrix& b) const {
     return r;
 }
 
-void GetInterval(const HVector2* vertices, int count, const HVector2& axis, float& min, float& max) {
+// Each further projection below min replaces min, otherwise one above max replaces max.
+// Since min never exceeds max, both tests may run on every projection (so the compiler can
+// use min and max instructions instead of branches) with the same results, NaN included.
+static inline void IntervalOf(const HVector2* vertices, int count, const HVector2& axis,
+                              float& min, float& max) {
     if (count <= 0) {
         min = max = 0.0f;
         return;
     }
-    min = max = PhysicsDot(vertices[0], axis);
+    float mn = PhysicsDot(vertices[0], axis);
+    float mx = mn;
     for (int i = 1; i < count; i++) {
         float d = PhysicsDot(vertices[i], axis);
-        if (d < min)
-            min = d;
-        else if (d > max)
-            max = d;
+        mn = d < mn ? d : mn;
+        mx = d > mx ? d : mx;
     }
+    min = mn;
+    max = mx;
+}
+
+void GetInterval(const HVector2* vertices, int count, const HVector2& axis, float& min, float& max) {
+    IntervalOf(vertices, count, axis, min, max);
 }
 
 bool IntervalIntersect(const HVector2* A, int countA, const HVector2* B, int countB,
                        const HVector2& axis, const HVector2& xOffset, const HVector2& xVel,
                        const PhysicsMatrix& xOrient, float& taxis, float tmax) {
     float min0, max0, min1, max1;
-    GetInterval(A, countA, xOrient.MulT(axis), min0, max0);
-    GetInterval(B, countB, axis, min1, max1);
+    IntervalOf(A, countA, xOrient.MulT(axis), min0, max0);
+    IntervalOf(B, countB, axis, min1, max1);
     float h = PhysicsDot(xOffset, axis);
     min0 += h;
     max0 += h;

@@ -236,6 +236,18 @@ void CollisionManager::Step(float dt, float time) {
     for (int a = 0; a < 3; a++)
         for (int b = 0; b < 3; b++) kindHandler[a][b] = lookup(kindIds[a], kindIds[b], kindSwapped[a][b]);
 
+    // Which cheap test may go ahead of a pair's handler: 1 for the two polygon handlers on
+    // two bodies, 2 for the two ray handlers on a body and a ray, 0 for anything else.
+    CollisionHandler* const polyHandlers[2] = {FindHandler(charId, staticId), FindHandler(charId, charId)};
+    CollisionHandler* const rayHandlers[2] = {FindHandler(charId, rayId), FindHandler(staticId, rayId)};
+    auto kindPreTest = [&](CollisionHandler* h, const StepEntry& a, const StepEntry& b) {
+        if (a.body && b.body && (h == polyHandlers[0] || h == polyHandlers[1])) return 1;
+        if (((a.kind == 2 && b.body) || (b.kind == 2 && a.body)) &&
+            (h == rayHandlers[0] || h == rayHandlers[1]))
+            return 2;
+        return 0;
+    };
+
     // Pairs of kinds without a handler are passed over without visiting them: an object's
     // inner loop walks only the objects of kinds it can meet, still in list order.
     const size_t count = scratch.size();
@@ -285,15 +297,37 @@ void CollisionManager::Step(float dt, float time) {
             }
             if (!handler || ei.entity == ej.entity) continue;
 
-            if (pairPreTest && ei.body && ej.body) {
-                // Each polygon lies within its reach of its position whatever its
-                // orientation: boxes apart means polygons apart, which the polygon test
-                // reports as no collision and without touching point, normal or distance.
-                const float lim = ei.reach + ej.reach;
-                const float margin = 1e-3f * (1.0f + lim);
-                const float dx = std::fabs(ei.body->position.x - ej.body->position.x);
-                const float dy = std::fabs(ei.body->position.y - ej.body->position.y);
-                if (dx > lim + margin || dy > lim + margin) continue;
+            if (pairPreTest) {
+                const int pre = kindPreTest(handler, ei, ej);
+                if (pre == 1) {
+                    // Each polygon lies within its reach of its position whatever its
+                    // orientation: boxes apart means polygons apart, which the polygon
+                    // test reports as no collision, leaving point, normal and distance.
+                    const float lim = ei.reach + ej.reach;
+                    const float margin = 1e-3f * (1.0f + lim);
+                    const float dx = std::fabs(ei.body->position.x - ej.body->position.x);
+                    const float dy = std::fabs(ei.body->position.y - ej.body->position.y);
+                    if (dx > lim + margin || dy > lim + margin) continue;
+                } else if (pre == 2) {
+                    // The ray's circle test without its division. Behind the origin the
+                    // nearest point is the origin itself, exactly as the test finds it;
+                    // ahead, a ray clearly wide of the circle (by a margin far above the
+                    // rounding of the test) cannot pass it.
+                    const PhysicsObject* holder = ei.kind == 2 ? oj : oi;
+                    const PhysicsRayCast* ray = static_cast<const PhysicsRayCast*>(ei.kind == 2 ? oi : oj);
+                    const PhysicsCircle& c = holder->boundingCircle;
+                    const HVector2 co = c.centre - ray->origin;
+                    const float along = PhysicsDot(co, ray->direction);
+                    const float co2 = co.SquaredLength();
+                    if (!(along > 0.0f)) {
+                        if (co2 > c.radius * c.radius) continue;
+                    } else {
+                        const float side = PhysicsCross(co, ray->direction);
+                        const float dd = PhysicsDot(ray->direction, ray->direction);
+                        const float wide = c.radius + 1e-3f * (1.0f + c.radius + std::sqrt(co2));
+                        if (side * side > wide * wide * dd) continue;
+                    }
+                }
             }
 
             PhysicsObject* A = swapped ? oj : oi;
