@@ -194,3 +194,16 @@ TEST(FontHandle, EmptyFontHandleYieldsTheGlobalFont) {
     EXPECT_EQ(b.Get(), &GlobalFont());
     EXPECT_FALSE(a.IsValid());
 }
+
+TEST(FontSize, GetTextSizeScalesTheIntegerSize) {
+    Font font;
+    std::vector<Glyph> glyphs(3, Glyph{2.5f / 64.0f, 0.25f, 0, 0, 1, 1});
+    auto file = MakeGLF(64, 32, 1, 3, glyphs, std::vector<uint8_t>(64 * 32 * 2));
+    testing::internal::CaptureStdout();
+    ASSERT_TRUE(font.glfont.Parse(file.data(), file.size(), "f.glf", nullptr));
+    testing::internal::GetCapturedStdout();
+    // Width 2.5 + 2.5 = 5, height of index 1 = 8; the scale multiplies the truncated values.
+    HVector2 size = font.GetTextSize("\x01\x02", 1.5f);
+    EXPECT_EQ(size.x, 7.5f);
+    EXPECT_EQ(size.y, 12.0f);
+}

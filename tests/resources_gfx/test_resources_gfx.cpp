@@ -270,6 +270,27 @@ TEST_F(FontGfx, CentredTextHasTheSameWidth) {
     EXPECT_TRUE(Near(Pixel(128, 139), Rgb{0, 0, 0})) << Str(Pixel(128, 139));
 }
 
+namespace {
+// Lit pixels along row y. The font clamps to its black border, so the first column of
+// each glyph comes out half-lit under the linear filter: count anything clearly lit.
+int LitInRow(int y) {
+    int count = 0;
+    for (int x = 0; x < kSize; x++) count += Pixel(x, y).r > 60 ? 1 : 0;
+    return count;
+}
+}  // namespace
+
+TEST_F(FontGfx, PrintAndPrintCentredGiveTheSameWidth) {
+    Begin2D();
+    font->Print("ABCA", 1.5f, HVector2(10, -20));  // rows 20..44
+    int printed = LitInRow(32);
+    Begin2D();
+    font->PrintCentred("ABCA", 1.5f, HVector2(128, 128));  // rows 116..140
+    int centred = LitInRow(128);
+    EXPECT_EQ(printed, 96);
+    EXPECT_EQ(centred, printed);
+}
+
 TEST_F(FontGfx, EmptyStringDrawsNoQuads) {
     Begin2D();
     EXPECT_EQ(font->DrawString("", 1, 1, 0, 0), 0);
