@@ -304,7 +304,7 @@ void SceneManager::CleanUpObjects() {
   document->LoadFile(pending_scene);
 
   Entity* old_scene = FindEntity("game_scene");
-  if (old_scene != nullptr) {
+  if (old_scene != nullptr && old_scene != this) {  // the root itself is never replaced
     UnbindTree(old_scene);
     DestroyTree(nullptr, old_scene);
     if (old_scene->GetParent() != nullptr) old_scene->GetParent()->RemoveChild(old_scene);
@@ -317,7 +317,7 @@ void SceneManager::CleanUpObjects() {
   LoadTree(document, this);
 
   Entity* new_scene = FindEntity("game_scene");
-  if (new_scene != nullptr) {
+  if (new_scene != nullptr && new_scene != this) {
     BindTree(new_scene);
     Post(new ResumeGameEvent(false));
   } else {

@@ -153,3 +153,19 @@ TEST_F(CleanUpTest, DeletedEntityNoLongerReceivesEvents) {
   EXPECT_EQ(sm.events.HandlerCount(), 3u * 3u);
   EXPECT_EQ(Joined(), "delete:button delete:gui");
 }
+
+TEST_F(CleanUpTest, RootNamedGameSceneIsNeverReplaced) {
+  sm.DestroyTree(&sm, &sm);
+  sm.name = "game_scene";
+  Log().clear();
+  Deliver(new LoadGameEvent("scenes/missing_root.cfo"));
+  testing::internal::CaptureStdout();
+  sm.CleanUpObjects();
+  EXPECT_EQ(FlushedStdout(), std::string("CFO Document 'scenes/missing_root.cfo' not found\n") +
+                                 kLoadLines + "SceneManager::CleanUpObjects Scene object not found\n");
+  EXPECT_EQ(Joined(), "");
+  EXPECT_TRUE(sm.children.empty());
+  EXPECT_EQ(sm.events.HandlerCount(), 3u);  // not bound a second time
+  EXPECT_EQ(sm.pending_scene, "");
+  sm.name.clear();
+}
