@@ -188,7 +188,9 @@ void CollisionManager::Step(float dt, float time) {
     bool otherKinds = false;
     scratch.clear();
     for (PhysicsObject* obj : objects) {
-        StepEntry e{obj, nullptr, obj->GetTypeId(), 3, obj->disabled, obj->entity, 0.0f};
+        StepEntry e{obj, nullptr, obj->GetTypeId(), 3, obj->disabled, obj->entity, 0.0f,
+                    obj->boundingCircle.centre.x, obj->boundingCircle.centre.y,
+                    obj->boundingCircle.radius, 0.0f, 0.0f};
         if (e.typeId == charId) {
             e.kind = 0;
             e.body = &static_cast<PhysicsCharacter*>(obj)->body;
@@ -197,6 +199,11 @@ void CollisionManager::Step(float dt, float time) {
             e.body = &static_cast<PhysicsStaticGeometry*>(obj)->body;
         } else if (e.typeId == rayId) {
             e.kind = 2;
+            const PhysicsRayCast* ray = static_cast<const PhysicsRayCast*>(obj);
+            e.cx = ray->origin.x;
+            e.cy = ray->origin.y;
+            e.dx = ray->direction.x;
+            e.dy = ray->direction.y;
         } else {
             otherKinds = true;
         }
@@ -263,15 +270,132 @@ void CollisionManager::Step(float dt, float time) {
     }
     size_t nonRayCursor = 0, nonStaticCursor = 0;
 
+    // Rays and bounding circles stay put during the loop (separation moves bodies, not
+    // their circles), so a ray pair's circle test can be settled ahead of the pairs of one
+    // object: the ray pairs that may pass are gathered in a tight loop and then merged, in
+    // list order, with the polygon pairs, whose tests read positions as they stand.
+    // The ray's circle test without its division. Behind the origin the nearest point is
+    // the origin itself, exactly as the test finds it; ahead, a ray clearly wide of the
+    // circle (by a margin far above the rounding of the test) cannot pass it. Both answers
+    // are worked out and one is picked, so that the loops below do not branch.
+    auto mayHit = [](float cx, float cy, float cr, float ox, float oy, float dx, float dy) {
+        const float kx = cx - ox, ky = cy - oy;
+        const float along = kx * dx + ky * dy;
+        const float k2 = kx * kx + ky * ky;
+        const float side = ky * dx - kx * dy;
+        const float dd = dx * dx + dy * dy;
+        const float wide = cr + 1e-3f * (1.0f + cr + std::fabs(kx) + std::fabs(ky));
+        const bool behind = !(along > 0.0f);
+        const bool nearOrigin = !(k2 > cr * cr);
+        const bool nearLine = !(side * side > wide * wide * dd);
+        return (behind & nearOrigin) | (!behind & nearLine);
+    };
+    auto rayPairMayHit = [&mayHit](const StepEntry& holder, const StepEntry& ray) {
+        return mayHit(holder.cx, holder.cy, holder.cr, ray.cx, ray.cy, ray.dx, ray.dy);
+    };
+    bool fastRays = pruneRays && pruneStatics;
+    for (int a = 0; a < 2; a++) {
+        for (CollisionHandler* h : {kindHandler[a][2], kindHandler[2][a]})
+            if (h != rayHandlers[0] && h != rayHandlers[1]) fastRays = false;
+    }
+    rayIndex.clear();
+    bodyIndex.clear();
+    rayData.clear();
+    bodyData.clear();
+    charIndex.clear();
+    for (size_t k = 0; k < count; k++) {
+        if (scratch[k].disabled) continue;
+        const StepEntry& e = scratch[k];
+        if (e.kind == 2) {
+            rayIndex.push_back(uint32_t(k));
+            rayData.push_back({e.cx, e.cy, e.dx, e.dy});
+        }
+        if (e.kind < 2) {
+            bodyIndex.push_back(uint32_t(k));
+            bodyData.push_back({e.cx, e.cy, e.cr, 0.0f});
+        }
+        if (scratch[k].kind == 0) charIndex.push_back(uint32_t(k));
+    }
+    size_t rayCursor = 0, bodyCursor = 0, charCursor = 0;
+
     HVector2 point(0.0f, 0.0f);
     HVector2 normal(0.0f, 0.0f);
     float distance = 0.0f;
+    // One pair, i before j; `settled` when a ray pair's circle test already passed.
+    auto visit = [&](const StepEntry& ei, const StepEntry& ej, bool settled) {
+        PhysicsObject* oi = ei.obj;
+        PhysicsObject* oj = ej.obj;
+        if (oi == oj || ej.disabled) return;
+        CollisionHandler* handler;
+        bool swapped;
+        if (ei.kind < 3 && ej.kind < 3) {
+            handler = kindHandler[ei.kind][ej.kind];
+            swapped = kindSwapped[ei.kind][ej.kind];
+        } else {
+            handler = lookup(ei.typeId, ej.typeId, swapped);
+        }
+        if (!handler || ei.entity == ej.entity) return;
+        if (pairPreTest && !settled) {
+            const int pre = kindPreTest(handler, ei, ej);
+            if (pre == 1) {
+                // Each polygon lies within its reach of its position whatever its
+                // orientation: boxes apart means polygons apart, which the polygon test
+                // reports as no collision, leaving point, normal and distance alone.
+                const float lim = ei.reach + ej.reach;
+                const float margin = 1e-3f * (1.0f + lim);
+                const float dx = std::fabs(ei.body->position.x - ej.body->position.x);
+                const float dy = std::fabs(ei.body->position.y - ej.body->position.y);
+                if (dx > lim + margin || dy > lim + margin) return;
+            } else if (pre == 2) {
+                if (!(ei.kind == 2 ? rayPairMayHit(ej, ei) : rayPairMayHit(ei, ej))) return;
+            }
+        }
+        PhysicsObject* A = swapped ? oj : oi;
+        PhysicsObject* B = swapped ? oi : oj;
+        if (!handler->Test(A, B, point, normal, distance, dt)) return;
+        Deliver(oi, oj, point, normal, distance);
+        Deliver(oj, oi, point, normal, distance);
+    };
+
     for (size_t i = 0; i < count; i++) {
         const StepEntry& ei = scratch[i];
         while (nonRayCursor < nonRayIndex.size() && nonRayIndex[nonRayCursor] < i) nonRayCursor++;
         while (nonStaticCursor < nonStaticIndex.size() && nonStaticIndex[nonStaticCursor] < i)
             nonStaticCursor++;
+        while (rayCursor < rayIndex.size() && rayIndex[rayCursor] <= i) rayCursor++;
+        while (bodyCursor < bodyIndex.size() && bodyIndex[bodyCursor] <= i) bodyCursor++;
+        while (charCursor < charIndex.size() && charIndex[charCursor] <= i) charCursor++;
         if (ei.disabled) continue;
+
+        if (fastRays) {
+            // The ray pairs of i that may pass their circle test, in list order.
+            candidates.clear();
+            if (ei.kind == 2) {
+                for (size_t k = bodyCursor; k < bodyIndex.size(); k++) {
+                    const Float4& c = bodyData[k];
+                    if (mayHit(c.a, c.b, c.c, ei.cx, ei.cy, ei.dx, ei.dy)) candidates.push_back(bodyIndex[k]);
+                }
+                for (uint32_t j : candidates) visit(ei, scratch[j], true);
+                continue;
+            }
+            for (size_t k = rayCursor; k < rayIndex.size(); k++) {
+                const Float4& r = rayData[k];
+                if (mayHit(ei.cx, ei.cy, ei.cr, r.a, r.b, r.c, r.d)) candidates.push_back(rayIndex[k]);
+            }
+            // Merged with the polygon partners: all bodies after a character, the
+            // characters after a static body.
+            const uint32_t* bodies = ei.kind == 0 ? bodyIndex.data() + bodyCursor : charIndex.data() + charCursor;
+            const size_t nb = ei.kind == 0 ? bodyIndex.size() - bodyCursor : charIndex.size() - charCursor;
+            size_t b = 0, c = 0;
+            while (b < nb || c < candidates.size()) {
+                if (c >= candidates.size() || (b < nb && bodies[b] < candidates[c]))
+                    visit(ei, scratch[bodies[b++]], false);
+                else
+                    visit(ei, scratch[candidates[c++]], true);
+            }
+            continue;
+        }
+
         const uint32_t* js = allIndex.data() + i;
         size_t jn = count - i;
         if (ei.kind == 2 && pruneRays) {
@@ -281,61 +405,7 @@ void CollisionManager::Step(float dt, float time) {
             js = nonStaticIndex.data() + nonStaticCursor;
             jn = nonStaticIndex.size() - nonStaticCursor;
         }
-        PhysicsObject* oi = ei.obj;
-        for (size_t jj = 0; jj < jn; jj++) {
-            const StepEntry& ej = scratch[js[jj]];
-            PhysicsObject* oj = ej.obj;
-            if (oi == oj || ej.disabled) continue;
-
-            CollisionHandler* handler;
-            bool swapped;
-            if (ei.kind < 3 && ej.kind < 3) {
-                handler = kindHandler[ei.kind][ej.kind];
-                swapped = kindSwapped[ei.kind][ej.kind];
-            } else {
-                handler = lookup(ei.typeId, ej.typeId, swapped);
-            }
-            if (!handler || ei.entity == ej.entity) continue;
-
-            if (pairPreTest) {
-                const int pre = kindPreTest(handler, ei, ej);
-                if (pre == 1) {
-                    // Each polygon lies within its reach of its position whatever its
-                    // orientation: boxes apart means polygons apart, which the polygon
-                    // test reports as no collision, leaving point, normal and distance.
-                    const float lim = ei.reach + ej.reach;
-                    const float margin = 1e-3f * (1.0f + lim);
-                    const float dx = std::fabs(ei.body->position.x - ej.body->position.x);
-                    const float dy = std::fabs(ei.body->position.y - ej.body->position.y);
-                    if (dx > lim + margin || dy > lim + margin) continue;
-                } else if (pre == 2) {
-                    // The ray's circle test without its division. Behind the origin the
-                    // nearest point is the origin itself, exactly as the test finds it;
-                    // ahead, a ray clearly wide of the circle (by a margin far above the
-                    // rounding of the test) cannot pass it.
-                    const PhysicsObject* holder = ei.kind == 2 ? oj : oi;
-                    const PhysicsRayCast* ray = static_cast<const PhysicsRayCast*>(ei.kind == 2 ? oi : oj);
-                    const PhysicsCircle& c = holder->boundingCircle;
-                    const HVector2 co = c.centre - ray->origin;
-                    const float along = PhysicsDot(co, ray->direction);
-                    const float co2 = co.SquaredLength();
-                    if (!(along > 0.0f)) {
-                        if (co2 > c.radius * c.radius) continue;
-                    } else {
-                        const float side = PhysicsCross(co, ray->direction);
-                        const float dd = PhysicsDot(ray->direction, ray->direction);
-                        const float wide = c.radius + 1e-3f * (1.0f + c.radius + std::sqrt(co2));
-                        if (side * side > wide * wide * dd) continue;
-                    }
-                }
-            }
-
-            PhysicsObject* A = swapped ? oj : oi;
-            PhysicsObject* B = swapped ? oi : oj;
-            if (!handler->Test(A, B, point, normal, distance, dt)) continue;
-            Deliver(oi, oj, point, normal, distance);
-            Deliver(oj, oi, point, normal, distance);
-        }
+        for (size_t jj = 0; jj < jn; jj++) visit(ei, scratch[js[jj]], false);
     }
 
     // 3. Sweep: the nearest hits of modes 1 and 3 go out, then every hit is cleared.

@@ -150,6 +150,9 @@ private:
         bool disabled;
         Entity* entity;
         float reach;        // greatest vertex distance from the body's position
+        // Fixed during the loop: a body's bounding circle, or a ray's origin and direction.
+        float cx, cy, cr;   // circle centre and radius; a ray: its origin
+        float dx, dy;       // a ray's direction
     };
     struct HandlerCacheEntry {
         int first, second;
@@ -159,6 +162,12 @@ private:
     std::vector<StepEntry> scratch;
     std::vector<HandlerCacheEntry> handlerCache;
     std::vector<uint32_t> allIndex, nonRayIndex, nonStaticIndex;
+    std::vector<uint32_t> rayIndex, bodyIndex, charIndex, candidates;
+    struct Float4 {
+        float a, b, c, d;
+    };
+    std::vector<Float4> rayData;   // origin and direction, beside rayIndex
+    std::vector<Float4> bodyData;  // circle centre and radius, beside bodyIndex
 };
 
 #include <cstdio>
