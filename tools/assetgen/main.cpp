@@ -20,7 +20,7 @@
 
 namespace {
 
-struct FontSpec {
+struct FontRecipe {
   const char* path;
   const char* face;
   float pixels;
@@ -29,7 +29,7 @@ struct FontSpec {
 
 // The three fonts of the game. Sizes are chosen so that text reads well at the GUI's scales
 // of 0.5 to 0.8: a list row of 13 units holds tahoma at 0.5.
-const FontSpec kFonts[] = {
+const FontRecipe kFonts[] = {
     {"system/tahoma2.glf", "DejaVuSans.ttf", 32, 512},
     {"resources/fonts/arial.glf", "DejaVuSans.ttf", 36, 512},
     {"resources/fonts/tahoma.glf", "DejaVuSansCondensed.ttf", 24, 512},
@@ -51,12 +51,12 @@ int MakeData(const std::string& out, const std::string& layouts, const std::stri
                                      std::max(1, orsin.h / 2), 3.0f);
   ok = WriteTga24(out + "/resources/textures/orsin_n.tga", normal) && ok;
 
-  for (const FontSpec& spec : kFonts) {
+  for (const FontRecipe& recipe : kFonts) {
     TrueType face;
-    if (!face.Load(font_dir + "/" + spec.face)) return 1;
+    if (!face.Load(font_dir + "/" + recipe.face)) return 1;
     std::vector<uint8_t> bytes;
-    if (!MakeGlf(face, spec.pixels, spec.atlas_width, &bytes, nullptr)) return 1;
-    ok = WriteFile(out + "/" + spec.path, bytes) && ok;
+    if (!MakeGlf(face, recipe.pixels, recipe.atlas_width, &bytes, nullptr)) return 1;
+    ok = WriteFile(out + "/" + recipe.path, bytes) && ok;
   }
 
   ok = WriteFile(out + "/resources/sounds/door_move.wav", EncodeWav(DoorMove())) && ok;
