@@ -6,6 +6,8 @@
 #include <cmath>
 #include <cstdio>
 
+#include <emmintrin.h>
+
 int32_t PairHash(int32_t a, int32_t b) {
     // Unsigned arithmetic gives the wrap-around; the shifts right are arithmetic.
     auto shl = [](int32_t v, int n) { return int32_t(uint32_t(v) << n); };
@@ -167,6 +169,37 @@ void CollisionManager::Deliver(PhysicsObject* me, PhysicsObject* other, const HV
     }
 }
 
+// The ray pairs' circle pre-test of the pair loop (see Step) on four pairs at once: four
+// circles against one ray (circle arrays given) or one circle against four rays (ray
+// arrays given). The same operations in the same order as the one-pair form; a bit per
+// lane that may pass.
+static int MayHit4(const float* cx, const float* cy, const float* cr, const float* ox,
+                   const float* oy, const float* dx, const float* dy, float ccx, float ccy,
+                   float ccr, float rox, float roy, float rdx, float rdy) {
+    const __m128 CX = cx ? _mm_loadu_ps(cx) : _mm_set1_ps(ccx);
+    const __m128 CY = cy ? _mm_loadu_ps(cy) : _mm_set1_ps(ccy);
+    const __m128 CR = cr ? _mm_loadu_ps(cr) : _mm_set1_ps(ccr);
+    const __m128 OX = ox ? _mm_loadu_ps(ox) : _mm_set1_ps(rox);
+    const __m128 OY = oy ? _mm_loadu_ps(oy) : _mm_set1_ps(roy);
+    const __m128 DX = dx ? _mm_loadu_ps(dx) : _mm_set1_ps(rdx);
+    const __m128 DY = dy ? _mm_loadu_ps(dy) : _mm_set1_ps(rdy);
+    const __m128 absMask = _mm_castsi128_ps(_mm_set1_epi32(0x7fffffff));
+    const __m128 kx = _mm_sub_ps(CX, OX);
+    const __m128 ky = _mm_sub_ps(CY, OY);
+    const __m128 along = _mm_add_ps(_mm_mul_ps(kx, DX), _mm_mul_ps(ky, DY));
+    const __m128 k2 = _mm_add_ps(_mm_mul_ps(kx, kx), _mm_mul_ps(ky, ky));
+    const __m128 side = _mm_sub_ps(_mm_mul_ps(ky, DX), _mm_mul_ps(kx, DY));
+    const __m128 dd = _mm_add_ps(_mm_mul_ps(DX, DX), _mm_mul_ps(DY, DY));
+    const __m128 spread = _mm_add_ps(_mm_add_ps(_mm_add_ps(_mm_set1_ps(1.0f), CR), _mm_and_ps(kx, absMask)),
+                                     _mm_and_ps(ky, absMask));
+    const __m128 wide = _mm_add_ps(CR, _mm_mul_ps(_mm_set1_ps(1e-3f), spread));
+    const __m128 behind = _mm_cmpngt_ps(along, _mm_setzero_ps());
+    const __m128 nearOrigin = _mm_cmpngt_ps(k2, _mm_mul_ps(CR, CR));
+    const __m128 nearLine = _mm_cmpngt_ps(_mm_mul_ps(side, side), _mm_mul_ps(_mm_mul_ps(wide, wide), dd));
+    const __m128 pass = _mm_or_ps(_mm_and_ps(behind, nearOrigin), _mm_andnot_ps(behind, nearLine));
+    return _mm_movemask_ps(pass);
+}
+
 void CollisionManager::Step(float dt, float time) {
     if (objects.empty()) return;
 
@@ -298,21 +331,27 @@ void CollisionManager::Step(float dt, float time) {
         for (CollisionHandler* h : {kindHandler[a][2], kindHandler[2][a]})
             if (h != rayHandlers[0] && h != rayHandlers[1]) fastRays = false;
     }
+    for (CollisionHandler* h : {kindHandler[0][0], kindHandler[0][1], kindHandler[1][0]})
+        if (h != polyHandlers[0] && h != polyHandlers[1]) fastRays = false;
     rayIndex.clear();
     bodyIndex.clear();
-    rayData.clear();
-    bodyData.clear();
+    for (std::vector<float>* v : {&rayOx, &rayOy, &rayDx, &rayDy, &bodyCx, &bodyCy, &bodyCr}) v->clear();
     charIndex.clear();
     for (size_t k = 0; k < count; k++) {
         if (scratch[k].disabled) continue;
         const StepEntry& e = scratch[k];
         if (e.kind == 2) {
             rayIndex.push_back(uint32_t(k));
-            rayData.push_back({e.cx, e.cy, e.dx, e.dy});
+            rayOx.push_back(e.cx);
+            rayOy.push_back(e.cy);
+            rayDx.push_back(e.dx);
+            rayDy.push_back(e.dy);
         }
         if (e.kind < 2) {
             bodyIndex.push_back(uint32_t(k));
-            bodyData.push_back({e.cx, e.cy, e.cr, 0.0f});
+            bodyCx.push_back(e.cx);
+            bodyCy.push_back(e.cy);
+            bodyCr.push_back(e.cr);
         }
         if (scratch[k].kind == 0) charIndex.push_back(uint32_t(k));
     }
@@ -371,26 +410,45 @@ void CollisionManager::Step(float dt, float time) {
             // The ray pairs of i that may pass their circle test, in list order.
             candidates.clear();
             if (ei.kind == 2) {
-                for (size_t k = bodyCursor; k < bodyIndex.size(); k++) {
-                    const Float4& c = bodyData[k];
-                    if (mayHit(c.a, c.b, c.c, ei.cx, ei.cy, ei.dx, ei.dy)) candidates.push_back(bodyIndex[k]);
+                size_t k = bodyCursor;
+                for (; k + 4 <= bodyIndex.size(); k += 4) {
+                    int bits = MayHit4(&bodyCx[k], &bodyCy[k], &bodyCr[k], nullptr, nullptr, nullptr,
+                                       nullptr, ei.cx, ei.cy, ei.cr, ei.cx, ei.cy, ei.dx, ei.dy);
+                    for (int lane = 0; lane < 4; lane++)
+                        if (bits & (1 << lane)) candidates.push_back(bodyIndex[k + lane]);
                 }
+                for (; k < bodyIndex.size(); k++)
+                    if (mayHit(bodyCx[k], bodyCy[k], bodyCr[k], ei.cx, ei.cy, ei.dx, ei.dy))
+                        candidates.push_back(bodyIndex[k]);
                 for (uint32_t j : candidates) visit(ei, scratch[j], true);
                 continue;
             }
-            for (size_t k = rayCursor; k < rayIndex.size(); k++) {
-                const Float4& r = rayData[k];
-                if (mayHit(ei.cx, ei.cy, ei.cr, r.a, r.b, r.c, r.d)) candidates.push_back(rayIndex[k]);
+            size_t k = rayCursor;
+            for (; k + 4 <= rayIndex.size(); k += 4) {
+                int bits = MayHit4(nullptr, nullptr, nullptr, &rayOx[k], &rayOy[k], &rayDx[k], &rayDy[k],
+                                   ei.cx, ei.cy, ei.cr, 0.0f, 0.0f, 0.0f, 0.0f);
+                for (int lane = 0; lane < 4; lane++)
+                    if (bits & (1 << lane)) candidates.push_back(rayIndex[k + lane]);
             }
+            for (; k < rayIndex.size(); k++)
+                if (mayHit(ei.cx, ei.cy, ei.cr, rayOx[k], rayOy[k], rayDx[k], rayDy[k]))
+                    candidates.push_back(rayIndex[k]);
             // Merged with the polygon partners: all bodies after a character, the
             // characters after a static body.
             const uint32_t* bodies = ei.kind == 0 ? bodyIndex.data() + bodyCursor : charIndex.data() + charCursor;
             const size_t nb = ei.kind == 0 ? bodyIndex.size() - bodyCursor : charIndex.size() - charCursor;
             size_t b = 0, c = 0;
             while (b < nb || c < candidates.size()) {
-                if (c >= candidates.size() || (b < nb && bodies[b] < candidates[c]))
-                    visit(ei, scratch[bodies[b++]], false);
-                else
+                if (c >= candidates.size() || (b < nb && bodies[b] < candidates[c])) {
+                    // The box test of visit, done here so that most pairs end without a call.
+                    const StepEntry& ej = scratch[bodies[b++]];
+                    const float lim = ei.reach + ej.reach;
+                    const float margin = 1e-3f * (1.0f + lim);
+                    const float dx = std::fabs(ei.body->position.x - ej.body->position.x);
+                    const float dy = std::fabs(ei.body->position.y - ej.body->position.y);
+                    if (dx > lim + margin || dy > lim + margin) continue;
+                    visit(ei, ej, true);
+                } else
                     visit(ei, scratch[candidates[c++]], true);
             }
             continue;

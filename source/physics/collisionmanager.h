@@ -163,11 +163,8 @@ private:
     std::vector<HandlerCacheEntry> handlerCache;
     std::vector<uint32_t> allIndex, nonRayIndex, nonStaticIndex;
     std::vector<uint32_t> rayIndex, bodyIndex, charIndex, candidates;
-    struct Float4 {
-        float a, b, c, d;
-    };
-    std::vector<Float4> rayData;   // origin and direction, beside rayIndex
-    std::vector<Float4> bodyData;  // circle centre and radius, beside bodyIndex
+    // Beside rayIndex: origins and directions; beside bodyIndex: circle centres and radii.
+    std::vector<float> rayOx, rayOy, rayDx, rayDy, bodyCx, bodyCy, bodyCr;
 };
 
 #include <cstdio>
