@@ -57,14 +57,24 @@ bool ABTTree::Load(std::string path) {
     return false;
 }
 
-void ABTTree::LoadDocument(const CfoNode* document, int64_t buffer_limit) {
+bool ABTTree::LoadQuiet(std::string path) {
+    CfoDocument doc;
+    bool ok = doc.LoadFile(path);
+    LoadDocument(ok ? &doc : nullptr, max_elements_indices, true);
+    return false;
+}
+
+void ABTTree::LoadDocument(const CfoNode* document, int64_t buffer_limit, bool quiet) {
     Clear();
+    auto show = [quiet](const char* text) {
+        if (!quiet) WorldLoadingScreen(text, true);
+    };
     std::string text;
 
     // 1. Vertices: three rows per triangle, none shared.
     const CfoNode* verts = document ? document->FindChild("verts") : nullptr;
     if (verts) {
-        WorldLoadingScreen("Reading verts...", true);
+        show("Reading verts...");
         std::vector<ABTVertex> read;
         read.reserve(verts->children.size());
         size_t skipped = 0;
@@ -90,7 +100,7 @@ void ABTTree::LoadDocument(const CfoNode* document, int64_t buffer_limit) {
     // 2. Material names.
     const CfoNode* mat = document ? document->FindChild("mat") : nullptr;
     if (mat) {
-        WorldLoadingScreen("Reading material names...", true);
+        show("Reading material names...");
         for (const CfoNode* row : mat->children)
             if (RowText(row, text)) materials.push_back(text);
     }
@@ -98,7 +108,7 @@ void ABTTree::LoadDocument(const CfoNode* document, int64_t buffer_limit) {
     // 3. Nodes: the box from its size and centre.
     const CfoNode* nodes_node = document ? document->FindChild("nodes") : nullptr;
     if (nodes_node) {
-        WorldLoadingScreen("Reading nodes...", true);
+        show("Reading nodes...");
         size_t skipped = 0;
         for (const CfoNode* row : nodes_node->children) {
             if (!RowText(row, text)) continue;
@@ -121,7 +131,7 @@ void ABTTree::LoadDocument(const CfoNode* document, int64_t buffer_limit) {
     // name it, or a node that does not exist, are not attached.
     const CfoNode* chunks = document ? document->FindChild("chunks") : nullptr;
     if (chunks) {
-        WorldLoadingScreen("Reading chunks...", true);
+        show("Reading chunks...");
         size_t skipped = 0, bad_range = 0, bad_material = 0;
         for (const CfoNode* row : chunks->children) {
             if (!RowText(row, text)) continue;
@@ -159,7 +169,7 @@ void ABTTree::LoadDocument(const CfoNode* document, int64_t buffer_limit) {
 
     // 5. Vertex buffers of at most buffer_limit vertices (a larger chunk overruns its own).
     int64_t current = -1;
-    for (ABTNode* node : nodes) {
+    for (ABTNode* node : quiet ? std::vector<ABTNode*>() : nodes) {
         for (ABTChunk* chunk : node->chunks) {
             if (current < 0 ||
                 static_cast<int64_t>(vertex_buffers[static_cast<size_t>(current)]->vertex_list.size()) +
@@ -192,7 +202,7 @@ void ABTTree::LoadDocument(const CfoNode* document, int64_t buffer_limit) {
 
     // 6. Children from the parent links. A node whose parent chain loops never reaches a
     // root; it is left out, so that no walk of the tree can go round for ever.
-    WorldLoadingScreen("Updating child indexes...", true);
+    show("Updating child indexes...");
     const size_t n = nodes.size();
     std::vector<uint8_t> state(n, 0);  // 0 unknown, 1 on the current path, 2 ends, 3 loops
     std::vector<size_t> path;
@@ -237,6 +247,22 @@ void ABTTree::PrepareRenderLists() {
     batch_counts.fill(0);
     batch_pointers.fill(nullptr);
     batch_size = 0;
+}
+
+void ABTTree::VisibleNodes(const Camera* camera, std::vector<int32_t>& out) const {
+    out.clear();
+    if (nodes.empty() || root < 0 || static_cast<size_t>(root) >= nodes.size()) return;
+    std::vector<int32_t> stack;
+    stack.push_back(root);
+    while (!stack.empty()) {
+        int32_t index = stack.back();
+        stack.pop_back();
+        const ABTNode* node = nodes[static_cast<size_t>(index)];
+        if (camera && !camera->IsBoxVisible(node->box)) continue;
+        out.push_back(index);
+        for (auto it = node->children.rbegin(); it != node->children.rend(); ++it)
+            if (*it >= 0 && static_cast<size_t>(*it) < nodes.size()) stack.push_back(*it);
+    }
 }
 
 void ABTTree::Gather(const Camera* camera) {

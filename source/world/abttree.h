@@ -5,6 +5,10 @@
 // camera's frustum and draws what survives, grouped by vertex buffer and then by
 // material, one glMultiDrawElements per group.
 //
+// `Render`'s mode argument is handed down by WorldGeometry and not used: every mode draws
+// through the vertex buffers. RenderCulled and RenderAll are the older per-chunk paths,
+// kept beside it and not called by the frame.
+//
 // Ownership and lifetime: the tree owns its nodes, and each node its chunks; chunks the
 // file puts nowhere (node 0, a node out of range, or a bad range or material) are kept in
 // `unattached` and freed with the tree. WorldGeometry owns one tree for the level's
@@ -119,7 +123,10 @@ public:
     bool Load(std::string path);
     // The same steps on a parsed document (null or empty is an empty file), with an
     // explicit vertex limit per buffer.
-    void LoadDocument(const CfoNode* document, int64_t buffer_limit);
+    void LoadDocument(const CfoNode* document, int64_t buffer_limit, bool quiet = false);
+    // The quiet form: no loading-screen texts and no vertex buffers (only the whole-level
+    // arrays, for the alternative paths below). Always false, like Load.
+    bool LoadQuiet(std::string path);
 
     // Uploads the level and every vertex buffer as GL buffers, then PrepareRenderLists.
     void BuildVertexBuffers();
@@ -133,9 +140,23 @@ public:
     // The gather step of Render on its own: fills render_lists from the visible nodes.
     void Gather(const Camera* camera);
 
+    // The nodes whose boxes the camera sees, in drawing order (pre-order from the root, a
+    // hidden node hiding its subtree); every node when `camera` is null.
+    void VisibleNodes(const Camera* camera, std::vector<int32_t>& out) const;
+
+    // Alternative drawing paths, outside the frame: one glDrawElements (or display list)
+    // per chunk, textures bound per chunk. `mode` 0 draws from the client-side
+    // `vertices`, 1 from the whole-level GL buffers, 2 calls each chunk's display list.
+    // The whole-level index array is 32-bit and is drawn as such.
+    void RenderCulled(Camera* camera, int mode);
+    void RenderAll(int mode);
+    // A display list per chunk, from the client-side arrays.
+    void CompileDisplayLists();
+
     // Debug: the subtree of `node` on standard output.
     void PrintTree(int32_t node, int depth) const;
 
 private:
+    void DrawChunks(const std::vector<int32_t>& order, int mode);
     void Clear();
 };

@@ -114,3 +114,114 @@ void ABTTree::LoadTextures(ResourceManager* resources) {
     if (!resources) return;
     for (size_t m = 0; m < materials.size(); ++m) resources->Load<TextureDDS>(textures[m], materials[m]);
 }
+
+namespace {
+
+void SetFilters() {
+    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_LINEAR);
+    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_LINEAR_MIPMAP_LINEAR);
+}
+
+// Client arrays straight into the interleaved whole-level vertices.
+void PointIntoVertices(const std::vector<ABTVertex>& verts) {
+    const GLsizei stride = sizeof(ABTVertex);
+    const ABTVertex* base = verts.empty() ? nullptr : verts.data();
+    glEnableClientState(GL_VERTEX_ARRAY);
+    glVertexPointer(3, GL_FLOAT, stride, base ? &base->v : nullptr);
+    glEnableClientState(GL_NORMAL_ARRAY);
+    glNormalPointer(GL_FLOAT, stride, base ? &base->n : nullptr);
+    glClientActiveTextureARB(GL_TEXTURE0_ARB);
+    glEnableClientState(GL_TEXTURE_COORD_ARRAY);
+    glTexCoordPointer(2, GL_FLOAT, stride, base ? &base->t : nullptr);
+    glEnableClientState(GL_COLOR_ARRAY);
+    glColorPointer(3, GL_FLOAT, stride, base ? &base->c : nullptr);
+}
+
+void DisableArrays() {
+    glClientActiveTextureARB(GL_TEXTURE0_ARB);
+    glDisableClientState(GL_TEXTURE_COORD_ARRAY);
+    glDisableClientState(GL_COLOR_ARRAY);
+    glDisableClientState(GL_NORMAL_ARRAY);
+    glDisableClientState(GL_VERTEX_ARRAY);
+    glBindBufferARB(GL_ARRAY_BUFFER_ARB, 0);
+}
+
+}  // namespace
+
+void ABTTree::DrawChunks(const std::vector<int32_t>& order, int mode) {
+    glEnable(GL_TEXTURE_2D);
+    if (r_anisotropic_filtering > 1.0f) {
+        float anisotropy = r_anisotropic_filtering;
+        glTexParameterfv(GL_TEXTURE_2D, GL_TEXTURE_MAX_ANISOTROPY_EXT, &anisotropy);
+    }
+    SetFilters();
+    glEnable(GL_ALPHA_TEST);
+    glAlphaFunc(GL_GREATER, 0.0f);
+    texture_binds = 0;
+    draws = 0;
+
+    if (mode == 0) {
+        PointIntoVertices(vertices);
+    } else if (mode == 1) {
+        glEnableClientState(GL_VERTEX_ARRAY);
+        glBindBufferARB(GL_ARRAY_BUFFER_ARB, position_buffer);
+        glVertexPointer(3, GL_FLOAT, 0, nullptr);
+        glEnableClientState(GL_NORMAL_ARRAY);
+        glBindBufferARB(GL_ARRAY_BUFFER_ARB, normal_buffer);
+        glNormalPointer(GL_FLOAT, 0, nullptr);
+        glClientActiveTextureARB(GL_TEXTURE0_ARB);
+        glEnableClientState(GL_TEXTURE_COORD_ARRAY);
+        glBindBufferARB(GL_ARRAY_BUFFER_ARB, texcoord_buffer);
+        glTexCoordPointer(2, GL_FLOAT, 0, nullptr);
+        glClientActiveTextureARB(GL_TEXTURE1_ARB);
+        glEnableClientState(GL_COLOR_ARRAY);
+        glBindBufferARB(GL_ARRAY_BUFFER_ARB, color_buffer);
+        glColorPointer(3, GL_FLOAT, 0, nullptr);
+    }
+
+    for (int32_t index : order) {
+        for (const ABTChunk* chunk : nodes[static_cast<size_t>(index)]->chunks) {
+            if (textures && chunk->material < materials.size())
+                textures[chunk->material]->Bind();
+            else
+                glBindTexture(GL_TEXTURE_2D, 0);
+            SetFilters();
+            texture_binds += 1;
+            draws += 1;
+            if (mode == 0 || mode == 1) {
+                // Attached chunks lie inside `indices` (checked at load).
+                glDrawElements(GL_TRIANGLES, static_cast<GLsizei>(chunk->count), GL_UNSIGNED_INT,
+                               indices.data() + chunk->start);
+            } else {
+                glCallList(chunk->list);
+            }
+        }
+    }
+    DisableArrays();
+}
+
+void ABTTree::RenderCulled(Camera* camera, int mode) {
+    std::vector<int32_t> order;
+    VisibleNodes(camera, order);
+    DrawChunks(order, mode);
+}
+
+void ABTTree::RenderAll(int mode) {
+    std::vector<int32_t> order(nodes.size());
+    for (size_t i = 0; i < nodes.size(); ++i) order[i] = static_cast<int32_t>(i);
+    DrawChunks(order, mode);
+}
+
+void ABTTree::CompileDisplayLists() {
+    for (ABTNode* node : nodes) {
+        for (ABTChunk* chunk : node->chunks) {
+            chunk->list = glGenLists(1);
+            glNewList(chunk->list, GL_COMPILE);
+            PointIntoVertices(vertices);
+            glDrawElements(GL_TRIANGLES, static_cast<GLsizei>(chunk->count), GL_UNSIGNED_INT,
+                           indices.data() + chunk->start);
+            glEndList();
+        }
+    }
+    DisableArrays();
+}

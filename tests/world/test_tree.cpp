@@ -523,3 +523,38 @@ TEST(ABTRoundTrip, BuildExportLoadKeepsGeometryAndTree) {
         }
     }
 }
+
+TEST(ABTTree, QuietLoadShowsNothingAndMakesNoBuffers) {
+    worldtest::WriteFile("tree/quiet.abt", Verts(6) + "mat={ {\"a.dds\"} }\n" + Nodes(2) + "chunks={ {1,0,0,3} {2,0,3,3} }\n");
+    static int shown = 0;
+    shown = 0;
+    SetWorldLoadingHook([](const std::string&, bool) { ++shown; });
+    ABTTree tree;
+    CaptureStdout();
+    EXPECT_FALSE(tree.LoadQuiet("tree/quiet.abt"));
+    EXPECT_EQ(GetCapturedStdout(), "");
+    SetWorldLoadingHook(nullptr);
+    EXPECT_EQ(shown, 0);
+    EXPECT_EQ(tree.index_count, 6u);
+    EXPECT_EQ(tree.nodes[2]->chunks.size(), 1u);
+    EXPECT_TRUE(tree.vertex_buffers.empty());
+    EXPECT_EQ(tree.nodes[0]->children, (std::vector<int32_t>{1, 2}));
+}
+
+TEST(ABTTree, VisibleNodesInPreOrder) {
+    ABTTree tree;
+    CaptureStdout();
+    LoadText(tree, Verts(3) + "mat={ {\"a.dds\"} }\n"
+                   "nodes={ {-1,1000,1000,1000,0,0,0} {0,10,10,10,0,0,0} {1,1,1,1,0,0,0} {0,10,10,10,500,0,0} {1,1,1,1,1,1,1} }\n",
+             100);
+    GetCapturedStdout();
+    std::vector<int32_t> order;
+    tree.VisibleNodes(nullptr, order);
+    EXPECT_EQ(order, (std::vector<int32_t>{0, 1, 2, 4, 3}));
+    Camera cam = worldtest::BlindCamera();
+    cam.frustum[0][0] = -1.0f;  // x < 100 only
+    cam.frustum[0][3] = 100.0f;
+    for (int p = 1; p < 6; ++p) cam.frustum[p][3] = 1e9f;
+    tree.VisibleNodes(&cam, order);
+    EXPECT_EQ(order, (std::vector<int32_t>{0, 1, 2, 4}));
+}

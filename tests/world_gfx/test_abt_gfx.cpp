@@ -216,3 +216,42 @@ TEST_F(ABTGfx, EveryTriangleDrawnFromAbove) {
     Pixel centre = ReadPixel(kWidth / 2, kHeight / 2);
     EXPECT_GT(centre.r, 200u);
 }
+
+TEST_F(ABTGfx, PerChunkPathsDrawTheSameLevel) {
+    Camera cam;
+    cam.fov = 90.0f;
+    cam.position = HVector3(0, 0, 150);
+    cam.target = HVector3(0, 0.001f, 0);
+    cam.up = HVector3(0, 1, 0);
+    uint32_t chunks = 0;
+    for (const ABTNode* n : tree.nodes) chunks += static_cast<uint32_t>(n->chunks.size());
+    tree.CompileDisplayLists();
+    for (const ABTNode* n : tree.nodes)
+        for (const ABTChunk* c : n->chunks) EXPECT_NE(c->list, 0u);
+    for (int mode = 0; mode < 3; ++mode) {
+        glViewport(0, 0, kWidth, kHeight);
+        glClearColor(0, 0, 0, 1);
+        glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
+        glEnable(GL_DEPTH_TEST);
+        cam.SetupView(static_cast<float>(kWidth) / kHeight, 1.0f, 500.0f);
+        cam.ExtractFrustum();
+        tree.RenderCulled(&cam, mode);
+        glFinish();
+        EXPECT_EQ(tree.draws, chunks) << "mode " << mode;
+        EXPECT_EQ(tree.texture_binds, chunks) << "mode " << mode;
+        Pixel centre = ReadPixel(kWidth / 2, kHeight / 2);
+        EXPECT_GT(centre.r, 200u) << "mode " << mode;
+        EXPECT_LT(centre.g, 30u) << "mode " << mode;
+        EXPECT_EQ(glGetError(), static_cast<GLenum>(GL_NO_ERROR)) << "mode " << mode;
+    }
+    glDisable(GL_ALPHA_TEST);
+    // Turned away, the culled path draws nothing; RenderAll draws every chunk anyway.
+    cam.target = HVector3(0, 0.001f, 300);
+    cam.SetupView(static_cast<float>(kWidth) / kHeight, 1.0f, 500.0f);
+    cam.ExtractFrustum();
+    tree.RenderCulled(&cam, 1);
+    EXPECT_EQ(tree.draws, 0u);
+    tree.RenderAll(1);
+    EXPECT_EQ(tree.draws, chunks);
+    glDisable(GL_ALPHA_TEST);
+}
