@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "app/settings.h"
+#include "cfo/cfodocument.h"
 #include "cfo/file.h"
 #include "gl/glprocs.h"
 #include "resources/resourcemanager.h"
@@ -254,4 +255,42 @@ TEST_F(ABTGfx, PerChunkPathsDrawTheSameLevel) {
     tree.RenderAll(1);
     EXPECT_EQ(tree.draws, chunks);
     glDisable(GL_ALPHA_TEST);
+}
+
+TEST(MeshGfx, StaticMeshDrawsWithItsVertexColours) {
+    MeshASM mesh;
+    CfoDocument doc;
+    ASSERT_TRUE(doc.Parse(
+        "verts={ {-1,-1,0} {1,-1,0} {1,1,0} {-1,1,0} }\n"
+        "texcoords={ {0,0} }\nnormals={ {0,0,1} }\ncolor={ {0,0,1} }\n"
+        "faces={ { {0,1,2} {0,0,0} {0,0,0} {0,0,0} } { {0,2,3} {0,0,0} {0,0,0} {0,0,0} } }\n"));
+    ASSERT_TRUE(mesh.LoadASMDocument(&doc));
+    glViewport(0, 0, kWidth, kHeight);
+    glMatrixMode(GL_PROJECTION);
+    glLoadIdentity();
+    glMatrixMode(GL_MODELVIEW);
+    glLoadIdentity();
+    glDisable(GL_DEPTH_TEST);
+    glDisable(GL_TEXTURE_2D);
+    glDisable(GL_LIGHTING);
+    glClearColor(0, 0, 0, 1);
+    glClear(GL_COLOR_BUFFER_BIT);
+    mesh.Draw();
+    glFinish();
+    Pixel p = ReadPixel(kWidth / 2, kHeight / 2);
+    EXPECT_EQ(p.r, 0u);
+    EXPECT_EQ(p.g, 0u);
+    EXPECT_EQ(p.b, 255u);
+    EXPECT_FALSE(glIsEnabled(GL_COLOR_ARRAY));
+    EXPECT_FALSE(glIsEnabled(GL_VERTEX_ARRAY));
+    // No faces: nothing is drawn.
+    MeshASM empty;
+    CfoDocument none;
+    ASSERT_TRUE(none.Parse("verts={ {0,0,0} } texcoords={ {0,0} } normals={ {0,0,1} }"));
+    ASSERT_TRUE(empty.LoadASMDocument(&none));
+    glClear(GL_COLOR_BUFFER_BIT);
+    empty.Draw();
+    glFinish();
+    Pixel q = ReadPixel(kWidth / 2, kHeight / 2);
+    EXPECT_EQ(q.r + q.g + q.b, 0u);
 }
