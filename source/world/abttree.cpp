@@ -132,7 +132,10 @@ void ABTTree::LoadDocument(const CfoNode* document, int64_t buffer_limit, bool q
     const CfoNode* chunks = document ? document->FindChild("chunks") : nullptr;
     if (chunks) {
         show("Reading chunks...");
-        size_t skipped = 0, bad_range = 0, bad_material = 0;
+        size_t skipped = 0, bad_range = 0, bad_material = 0, overlapping = 0;
+        // Every vertex row is used by one chunk: attached chunks may cover at most as many
+        // rows as the file holds, which bounds what the buffer step copies.
+        uint64_t covered = 0;
         for (const CfoNode* row : chunks->children) {
             if (!RowText(row, text)) continue;
             int a = 0, m = 0, s = 0, c = 0;
@@ -153,7 +156,11 @@ void ABTTree::LoadDocument(const CfoNode* document, int64_t buffer_limit, bool q
             } else if (attach && chunk->material >= materials.size()) {
                 ++bad_material;
                 attach = false;
+            } else if (attach && covered + chunk->count > index_count) {
+                ++overlapping;
+                attach = false;
             }
+            if (attach) covered += chunk->count;
             if (attach)
                 nodes[static_cast<size_t>(a)]->chunks.push_back(chunk.release());
             else
@@ -162,6 +169,9 @@ void ABTTree::LoadDocument(const CfoNode* document, int64_t buffer_limit, bool q
         ReportSkipped(skipped, "chunk");
         if (bad_range)
             std::cout << "ABTTree: " << bad_range << " chunks run past the vertices, skipped" << std::endl;
+        if (overlapping)
+            std::cout << "ABTTree: " << overlapping
+                      << " chunks cover more vertex rows than the file holds, skipped" << std::endl;
         if (bad_material)
             std::cout << "ABTTree: " << bad_material << " chunks name a material that does not exist, skipped"
                       << std::endl;

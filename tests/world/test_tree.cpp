@@ -353,9 +353,9 @@ TEST(ABTTreeBadInput, SelfParentAndCyclesAreLeftOut) {
     ABTTree tree;
     CaptureStdout();
     // 0 is its own parent, 1 and 2 point at each other, 3 hangs below the cycle, 4 is the root.
-    LoadText(tree, Verts(3) + "mat={ {\"a.dds\"} }\n"
+    LoadText(tree, Verts(6) + "mat={ {\"a.dds\"} }\n"
                        "nodes={ {0,1,1,1,0,0,0} {2,1,1,1,0,0,0} {1,1,1,1,0,0,0} {2,1,1,1,0,0,0} {-1,1,1,1,0,0,0} {4,1,1,1,0,0,0} }\n"
-                       "chunks={ {1,0,0,3} {5,0,0,3} }\n",
+                       "chunks={ {1,0,0,3} {5,0,3,3} }\n",
              100);
     EXPECT_EQ(GetCapturedStdout(),
               "vertex buffer: 0\nvertex array 0 6\nABTTree: 4 nodes whose parents form a cycle, left out\n");
@@ -557,4 +557,18 @@ TEST(ABTTree, VisibleNodesInPreOrder) {
     for (int p = 1; p < 6; ++p) cam.frustum[p][3] = 1e9f;
     tree.VisibleNodes(&cam, order);
     EXPECT_EQ(order, (std::vector<int32_t>{0, 1, 2, 4}));
+}
+
+TEST(ABTTreeBadInput, ChunksCoveringMoreRowsThanTheFileHoldsAreSkipped) {
+    std::string chunks = "chunks={\n";
+    for (int i = 0; i < 1000; ++i) chunks += "\t{1,0,0,6}\n";
+    chunks += "}\n";
+    ABTTree tree;
+    CaptureStdout();
+    LoadText(tree, Verts(6) + "mat={ {\"a.dds\"} }\n" + Nodes(1) + chunks, 65535);
+    EXPECT_EQ(GetCapturedStdout(),
+              "ABTTree: 999 chunks cover more vertex rows than the file holds, skipped\n"
+              "vertex buffer: 0\nvertex array 0 6\n");
+    EXPECT_EQ(tree.nodes[1]->chunks.size(), 1u);
+    EXPECT_EQ(tree.unattached.size(), 999u);
 }
