@@ -168,7 +168,9 @@ bool PhysicsBody::FindCollision(const PhysicsBody& other, HVector2& N, float& t)
     // Every axis in order first; the tests then go through them four at a time (the
     // intervals of a group at once) and stop at the first axis that separates, as a
     // one-by-one walk would.
-    HVector2 xAxis[kPhysicsMaxAxes];
+    // Raw storage: an array of HVector2 would zero all its entries on every call.
+    alignas(HVector2) unsigned char axisStore[sizeof(HVector2) * kPhysicsMaxAxes];
+    HVector2* xAxis = reinterpret_cast<HVector2*>(axisStore);
     float taxis[kPhysicsMaxAxes];
     int n = 0;
     const float tmax = t;
