@@ -437,3 +437,21 @@ TEST(ABTTreeBuilder, HugeDepthLimitIsCapped) {
     EXPECT_EQ(GetCapturedStdout(), "ABTTreeBuilder: max depth 4000000000 cut to 32\n");
     EXPECT_EQ(b.nodes.size(), 33u);
 }
+
+TEST(ABTBuilderStep, NoObjectsWritesFourEmptyTables) {
+    std::string out_path = worldtest::ScratchDir() + "/builder/empty.abt";
+    CfoDocument doc;
+    ASSERT_TRUE(doc.Parse("ABTBuilder={ output_file=\"" + out_path + "\"; overgrow=0.5; weights=1,0; max_faces=7; }"));
+    CaptureStdout();
+    ABTBuilder(doc.FindChild("ABTBuilder"));
+    EXPECT_EQ(GetCapturedStdout(),
+              "==================== Build ABT ======================\n"
+              "output: " + out_path + "\novergrow: 0.5\nweights: 1,0\nmax faces: 7\nmax depth: 4\n");
+    std::ifstream f(out_path);
+    std::stringstream s;
+    s << f.rdbuf();
+    std::string text = s.str();
+    size_t body = text.find("\n\n");
+    ASSERT_NE(body, std::string::npos);
+    EXPECT_EQ(text.substr(body + 2), "verts={\n}\nmat={\n}\nnodes={\n}\nchunks={\n}\n");
+}
