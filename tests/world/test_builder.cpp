@@ -439,6 +439,7 @@ TEST(ABTTreeBuilder, HugeDepthLimitIsCapped) {
 }
 
 TEST(ABTBuilderStep, NoObjectsWritesFourEmptyTables) {
+    std::filesystem::create_directories(worldtest::ScratchDir() + "/builder");
     std::string out_path = worldtest::ScratchDir() + "/builder/empty.abt";
     CfoDocument doc;
     ASSERT_TRUE(doc.Parse("ABTBuilder={ output_file=\"" + out_path + "\"; overgrow=0.5; weights=1,0; max_faces=7; }"));
