@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "cfo/cfonode.h"
 #include "events/eventmanager.h"
 #include "events/events.h"
 #include "physics/collisionmanager.h"
@@ -608,4 +609,53 @@ TEST(PhysicsManager, PairPreTestChangesNothing) {
             ASSERT_EQ(p, q) << seed << " object " << i;
         }
     }
+}
+
+TEST(PhysicsBadInput, DegenerateBodiesInAStep) {
+    EventManager events;
+    CollisionManager m;
+    m.SetEventManager(&events);
+    Entity e1, e2, e3, e4, e5;
+    // A character with neither radius nor hull, one of radius 0, a wall of one vertex,
+    // a wall of three collinear points, and a ray through all of them.
+    CfoNode emptyNode("Character");
+    PhysicsCharacter empty;
+    empty.Load(&emptyNode);
+    empty.Prepare();
+    CfoNode zeroNode("Character");
+    zeroNode.NewChild("radius", "0");
+    PhysicsCharacter zero;
+    zero.Load(&zeroNode);
+    zero.Prepare();
+    CfoNode oneNode("Wall");
+    oneNode.NewChild("hull")->NewChild("")->NewChild("0,0");
+    PhysicsStaticGeometry one;
+    one.Load(&oneNode);
+    one.Prepare();
+    CfoNode lineNode("Wall");
+    CfoNode* hull = lineNode.NewChild("hull");
+    for (const char* p : {"-5,0", "0,0", "5,0"}) hull->NewChild("")->NewChild(p);
+    PhysicsStaticGeometry line;
+    line.Load(&lineNode);
+    line.Prepare();
+    PhysicsRayCast ray;
+    ray.SetOrigin(HVector2(-100.0f, 0.0f));
+    empty.SetEntity(&e1);
+    zero.SetEntity(&e2);
+    one.SetEntity(&e3);
+    line.SetEntity(&e4);
+    ray.SetEntity(&e5);
+    for (PhysicsObject* o : std::initializer_list<PhysicsObject*>{&empty, &zero, &one, &line, &ray}) m.AddObject(o);
+    testing::internal::CaptureStdout();
+    for (int s = 1; s <= 3; s++) m.Step(0.04f, 0.04f * float(s));
+    std::string out = testing::internal::GetCapturedStdout();
+    // Nothing with an area touches anything: the ray meets the collinear wall edge-on
+    // (parallel edges are skipped) and the points have no edges: no events. The point-sized
+    // character on the one-vertex wall is a pair with no usable axis at all, which says
+    // "Error" once a step and is no collision.
+    EXPECT_EQ(events.NextCount(), 0u);
+    EXPECT_EQ(out, "Error\nError\nError\n");
+    EXPECT_EQ(empty.body.position, HVector2(0.0f, 0.0f));
+    EXPECT_EQ(line.body.position, HVector2(0.0f, 0.0f));
+    for (PhysicsObject* o : std::initializer_list<PhysicsObject*>{&empty, &zero, &one, &line, &ray}) m.RemoveObject(o);
 }
