@@ -333,6 +333,10 @@ void CollisionManager::Step(float dt, float time) {
     }
     for (CollisionHandler* h : {kindHandler[0][0], kindHandler[0][1], kindHandler[1][0]})
         if (h != polyHandlers[0] && h != polyHandlers[1]) fastRays = false;
+    // ...and each handler takes the body first and the ray (or the wall) second.
+    if (kindSwapped[0][1] || !kindSwapped[1][0] || kindSwapped[0][2] || kindSwapped[1][2] ||
+        !kindSwapped[2][0] || !kindSwapped[2][1])
+        fastRays = false;
     rayIndex.clear();
     bodyIndex.clear();
     for (std::vector<float>* v : {&rayOx, &rayOy, &rayDx, &rayDy, &bodyCx, &bodyCy, &bodyCr}) v->clear();
