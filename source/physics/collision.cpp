@@ -104,10 +104,8 @@ bool IntervalIntersect(const HVector2* A, int countA, const HVector2* B, int cou
 // The intervals of one polygon on four axes at once (axes as x and y arrays). Each lane
 // takes the same x·ax + y·ay as IntervalOf and min/max with the same comparisons
 // (minps(d, m) is d < m ? d : m), so the intervals are the same to the bit.
-static inline void IntervalsOf4(const HVector2* V, int count, const float* ax, const float* ay,
-                                float* mn, float* mx) {
-    const __m128 AX = _mm_loadu_ps(ax);
-    const __m128 AY = _mm_loadu_ps(ay);
+static inline void IntervalsOf4(const HVector2* V, int count, __m128 AX, __m128 AY, float* mn,
+                                float* mx) {
     __m128 lo = _mm_add_ps(_mm_mul_ps(_mm_set1_ps(V[0].x), AX), _mm_mul_ps(_mm_set1_ps(V[0].y), AY));
     __m128 hi = lo;
     for (int k = 1; k < count; k++) {
@@ -188,21 +186,18 @@ bool PhysicsBody::FindCollision(const PhysicsBody& other, HVector2& N, float& t)
     if (n > 0 && !IntervalIntersect(A, nA, B, nB, xAxis[0], xOffset, xVel, xOrient, taxis[0], tmax))
         return false;
     for (int g = 1; g < n; g += 4) {
-        float aX[4], aY[4], bX[4], bY[4];
-        for (int k = 0; k < 4; k++) {
-            if (g + k < n) {
-                const HVector2 onA = xOrient.MulT(xAxis[g + k]);
-                aX[k] = onA.x;
-                aY[k] = onA.y;
-                bX[k] = xAxis[g + k].x;
-                bY[k] = xAxis[g + k].y;
-            } else {
-                aX[k] = aY[k] = bX[k] = bY[k] = 0.0f;
-            }
-        }
+        // Lanes past the last axis repeat it; their results are never read.
+        const HVector2& b0 = xAxis[g];
+        const HVector2& b1 = xAxis[g + 1 < n ? g + 1 : g];
+        const HVector2& b2 = xAxis[g + 2 < n ? g + 2 : g];
+        const HVector2& b3 = xAxis[g + 3 < n ? g + 3 : g];
+        const HVector2 a0 = xOrient.MulT(b0), a1 = xOrient.MulT(b1);
+        const HVector2 a2 = xOrient.MulT(b2), a3 = xOrient.MulT(b3);
         float min0[4], max0[4], min1[4], max1[4];
-        IntervalsOf4(A, nA, aX, aY, min0, max0);
-        IntervalsOf4(B, nB, bX, bY, min1, max1);
+        IntervalsOf4(A, nA, _mm_setr_ps(a0.x, a1.x, a2.x, a3.x), _mm_setr_ps(a0.y, a1.y, a2.y, a3.y),
+                     min0, max0);
+        IntervalsOf4(B, nB, _mm_setr_ps(b0.x, b1.x, b2.x, b3.x), _mm_setr_ps(b0.y, b1.y, b2.y, b3.y),
+                     min1, max1);
         for (int k = 0; k < 4 && g + k < n; k++) {
             if (!IntervalDecide(min0[k], max0[k], min1[k], max1[k], xAxis[g + k], xOffset, xVel,
                                 taxis[g + k], tmax))
