@@ -124,8 +124,10 @@ public:
     void SetTreeRectangle(HVector2 centre, HVector2 size);
 
     // The pair loop passes over pairs of kinds that have no handler without visiting them,
-    // and compares boxes around two bodies as they stand at pair time, skipping pairs that
-    // cannot touch. Neither changes a result; off, every pair is visited and tested.
+    // compares boxes around two bodies as they stand at pair time, and settles which ray
+    // pairs may pass their circle test ahead of an object's pairs (rays and circles do not
+    // move during the loop), skipping pairs that cannot touch. None of this changes a
+    // result or the order of the hits; off, every pair is visited and tested one by one.
     bool pairPreTest = true;
 
     PhysicsTreeNode* tree = nullptr;  // owned
