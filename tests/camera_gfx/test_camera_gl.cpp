@@ -2,6 +2,8 @@
 // GL, and culling against what GL really draws. Runs inside its own Xvfb.
 #include <gtest/gtest.h>
 
+#include "support/glcontext.h"
+
 #include <GL/gl.h>
 #include <SDL.h>
 
@@ -16,28 +18,7 @@ namespace {
 
 constexpr int kWidth = 160;
 constexpr int kHeight = 120;
-SDL_Window* window = nullptr;
-SDL_GLContext context = nullptr;
-
-class GlEnvironment : public ::testing::Environment {
-public:
-    void SetUp() override {
-        ASSERT_EQ(SDL_Init(SDL_INIT_VIDEO), 0) << SDL_GetError();
-        SDL_GL_SetAttribute(SDL_GL_DOUBLEBUFFER, 1);
-        SDL_GL_SetAttribute(SDL_GL_DEPTH_SIZE, 24);
-        window = SDL_CreateWindow("camera", 0, 0, kWidth, kHeight, SDL_WINDOW_OPENGL);
-        ASSERT_NE(window, nullptr) << SDL_GetError();
-        context = SDL_GL_CreateContext(window);
-        ASSERT_NE(context, nullptr) << SDL_GetError();
-        SDL_GL_MakeCurrent(window, context);
-    }
-    void TearDown() override {
-        if (context) SDL_GL_DeleteContext(context);
-        if (window) SDL_DestroyWindow(window);
-        SDL_Quit();
-    }
-};
-const auto* env = ::testing::AddGlobalTestEnvironment(new GlEnvironment);
+VELMORA_GL_TEST_CONTEXT("camera", kWidth, kHeight);
 
 Camera LevelCamera() {
     Camera cam;

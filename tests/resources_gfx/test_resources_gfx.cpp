@@ -2,6 +2,8 @@
 // folder runs inside its own Xvfb; the window is made with plain SDL2.
 #include <gtest/gtest.h>
 
+#include "support/glcontext.h"
+
 #include <SDL.h>
 
 #include <sstream>
@@ -22,32 +24,7 @@ using namespace testfiles;
 namespace {
 
 constexpr int kSize = 256;
-SDL_Window* window = nullptr;
-SDL_GLContext context = nullptr;
-
-class GlEnvironment : public ::testing::Environment {
-public:
-    void SetUp() override {
-        ASSERT_EQ(SDL_Init(SDL_INIT_VIDEO), 0) << SDL_GetError();
-        SDL_GL_SetAttribute(SDL_GL_DOUBLEBUFFER, 1);
-        SDL_GL_SetAttribute(SDL_GL_DEPTH_SIZE, 24);
-        SDL_GL_SetAttribute(SDL_GL_RED_SIZE, 8);
-        SDL_GL_SetAttribute(SDL_GL_GREEN_SIZE, 8);
-        SDL_GL_SetAttribute(SDL_GL_BLUE_SIZE, 8);
-        SDL_GL_SetAttribute(SDL_GL_ALPHA_SIZE, 8);
-        window = SDL_CreateWindow("resources", 0, 0, kSize, kSize, SDL_WINDOW_OPENGL);
-        ASSERT_NE(window, nullptr) << SDL_GetError();
-        context = SDL_GL_CreateContext(window);
-        ASSERT_NE(context, nullptr) << SDL_GetError();
-        SDL_GL_MakeCurrent(window, context);
-    }
-    void TearDown() override {
-        if (context) SDL_GL_DeleteContext(context);
-        if (window) SDL_DestroyWindow(window);
-        SDL_Quit();
-    }
-};
-const auto* env = ::testing::AddGlobalTestEnvironment(new GlEnvironment);
+VELMORA_GL_TEST_CONTEXT("resources", kSize, kSize);
 
 // A GUI-like view: origin at the top left, y down, one unit a pixel.
 void Begin2D() {
