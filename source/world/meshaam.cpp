@@ -68,24 +68,7 @@ bool MeshAAM::LoadDocument(const CfoNode* document) {
     MeshReadVector2Table(tex, raw->texcoords);
     MeshReadVector3Table(norm, raw->normals);
 
-    if (faces) {
-        size_t number = 0;
-        for (const CfoNode* face_node : faces->children) {
-            MeshFace face;
-            std::string text;
-            bool ok = face_node->children.size() >= 3;
-            for (size_t r = 0; ok && r < 3; ++r) {
-                std::array<int32_t, 3>* target =
-                    r == 0 ? &face.verts : r == 1 ? &face.texcoords : &face.normals;
-                ok = MeshRowText(face_node->children[r], text) && MeshParseTriple(text, *target);
-            }
-            if (ok)
-                raw->faces.push_back(face);
-            else
-                std::cout << "AAM loader: face " << number << " is incomplete, skipped" << std::endl;
-            ++number;
-        }
-    }
+    MeshReadFaceTable(faces, 3, "AAM loader", raw->faces);
 
     if (bones_node) {
         if (bones_node->children.size() > static_cast<size_t>(kMaxBones)) {

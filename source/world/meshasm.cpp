@@ -70,28 +70,7 @@ bool MeshASM::LoadASMDocument(const CfoNode* document) {
     has_color = color != nullptr;
     MeshReadVector3Table(color, raw->colors);
 
-    if (faces) {
-        raw->faces.reserve(faces->children.size());
-        size_t number = 0;
-        for (const CfoNode* face_node : faces->children) {
-            MeshFace face;
-            bool ok = face_node->children.size() >= (has_color ? 4u : 3u);
-            std::string text;
-            for (size_t r = 0; ok && r < (has_color ? 4u : 3u); ++r) {
-                std::array<int32_t, 3>* target = r == 0   ? &face.verts
-                                                 : r == 1 ? &face.texcoords
-                                                 : r == 2 ? &face.normals
-                                                          : &face.colors;
-                ok = MeshRowText(face_node->children[r], text) && MeshParseTriple(text, *target);
-            }
-            if (!ok) {
-                std::cout << "ASM loader: face " << number << " is incomplete, skipped" << std::endl;
-            } else {
-                raw->faces.push_back(face);
-            }
-            ++number;
-        }
-    }
+    MeshReadFaceTable(faces, has_color ? 4 : 3, "ASM loader", raw->faces);
 
     if (!tex || !norm) {
         std::cout << "ASM loader: texcoords and normals required" << std::endl;

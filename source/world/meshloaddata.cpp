@@ -1,6 +1,7 @@
 #include "world/meshloaddata.h"
 
 #include <cstdio>
+#include <iostream>
 
 #include "cfo/cfonode.h"
 #include "cfo/cforeaders.h"
@@ -74,4 +75,25 @@ bool MeshParseTriple(const std::string& text, std::array<int32_t, 3>& out) {
     if (std::sscanf(text.c_str(), "%i,%i,%i", &a, &b, &c) != 3) return false;
     out = {a, b, c};
     return true;
+}
+
+void MeshReadFaceTable(const CfoNode* table, size_t rows, const char* loader,
+                       std::vector<MeshFace>& out) {
+    if (!table) return;
+    out.reserve(out.size() + table->children.size());
+    size_t number = 0;
+    std::string text;
+    for (const CfoNode* face_node : table->children) {
+        MeshFace face;
+        std::array<int32_t, 3>* targets[4] = {&face.verts, &face.texcoords, &face.normals,
+                                               &face.colors};
+        bool ok = rows <= 4 && face_node->children.size() >= rows;
+        for (size_t r = 0; ok && r < rows; ++r)
+            ok = MeshRowText(face_node->children[r], text) && MeshParseTriple(text, *targets[r]);
+        if (ok)
+            out.push_back(face);
+        else
+            std::cout << loader << ": face " << number << " is incomplete, skipped" << std::endl;
+        ++number;
+    }
 }

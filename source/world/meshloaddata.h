@@ -55,3 +55,9 @@ void MeshReadVector2Table(const CfoNode* table, std::vector<HVector2>& out);
 
 // "%i,%i,%i" into three integers; false when the row holds fewer than three.
 bool MeshParseTriple(const std::string& text, std::array<int32_t, 3>& out);
+
+// A "faces" table: each face is a scope of `rows` index rows, in the order positions,
+// texture coordinates, normals and (with four rows) colours. A face with too few or short
+// rows is skipped with "<loader>: face N is incomplete, skipped".
+void MeshReadFaceTable(const CfoNode* table, size_t rows, const char* loader,
+                       std::vector<MeshFace>& out);
