@@ -26,7 +26,7 @@ public:
 
     // Cleans `text` and builds the tree under this document. False with
     // "Parse failed: Missing scopes" when "{" and "}" counts differ; false without a word
-    // when the braces are out of order (the part built so far stays in place).
+    // when the braces are out of order (whatever was built so far stays in place).
     bool Parse(const std::string& text);
 
     // Writes the tree to `path` in the write folder; always true.
