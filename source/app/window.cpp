@@ -98,30 +98,25 @@ int Window::SetVideoMode(int width, int height, int new_bpp, bool new_fullscreen
   }
 
   const Uint32 flags = SDL_WINDOW_OPENGL | (fullscreen ? SDL_WINDOW_FULLSCREEN : 0);
-  SetFrameBufferAttributes(multisample);
-  window = SDL_CreateWindow("Orsin", SDL_WINDOWPOS_UNDEFINED, SDL_WINDOWPOS_UNDEFINED, width,
-                            height, flags);
-  if (window != nullptr) {
+  // A window counts only together with its GL context.
+  auto open_window = [&] {
+    window = SDL_CreateWindow("Orsin", SDL_WINDOWPOS_UNDEFINED, SDL_WINDOWPOS_UNDEFINED, width,
+                              height, flags);
+    if (window == nullptr) return;
     context = SDL_GL_CreateContext(window);
     if (context == nullptr) {
       SDL_DestroyWindow(window);
       window = nullptr;
     }
-  }
+  };
+  SetFrameBufferAttributes(multisample);
+  open_window();
   if (window == nullptr && multisample > 0) {
     // The driver cannot give this many samples: go on without multisampling.
     printf("Multisample %d not available (%s), using none\n", multisample, SDL_GetError());
     multisample = 0;
     SetFrameBufferAttributes(0);
-    window = SDL_CreateWindow("Orsin", SDL_WINDOWPOS_UNDEFINED, SDL_WINDOWPOS_UNDEFINED, width,
-                              height, flags);
-    if (window != nullptr) {
-      context = SDL_GL_CreateContext(window);
-      if (context == nullptr) {
-        SDL_DestroyWindow(window);
-        window = nullptr;
-      }
-    }
+    open_window();
   }
   if (window == nullptr) {
     printf("SDL Video mode failed: %s\n", SDL_GetError());
