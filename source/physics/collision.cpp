@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstdio>
 #include <cstring>
+#include <utility>
 
 #include <emmintrin.h>
 
@@ -289,6 +290,18 @@ bool FindClosestPoint(const HVector2& V, const HVector2& A, const HVector2& B, H
     return true;
 }
 
+// The extent of a support set (one point or a segment) along `axis`; a segment is put in
+// ascending order along it, so that its first point is the one at `lo`.
+static inline void OrderAlong(HVector2* S, int num, const HVector2& axis, float& lo, float& hi) {
+    lo = hi = PhysicsDot(S[0], axis);
+    if (num != 2) return;
+    hi = PhysicsDot(S[1], axis);
+    if (hi < lo) {
+        std::swap(lo, hi);
+        std::swap(S[0], S[1]);
+    }
+}
+
 bool ConvertSupportPointsToContacts(const HVector2& N, HVector2* S0, int S0num, HVector2* S1,
                                     int S1num, HVector2* C0, HVector2* C1, int& Cnum) {
     Cnum = 0;
@@ -305,30 +318,9 @@ bool ConvertSupportPointsToContacts(const HVector2& N, HVector2* S0, int S0num, 
     if (S1num == 1) S1[1] = S1[0];
 
     HVector2 xPerp = PhysicsPerp(N);
-    float min0 = PhysicsDot(S0[0], xPerp), max0 = min0;
-    float min1 = PhysicsDot(S1[0], xPerp), max1 = min1;
-    if (S0num == 2) {
-        max0 = PhysicsDot(S0[1], xPerp);
-        if (max0 < min0) {
-            float f = min0;
-            min0 = max0;
-            max0 = f;
-            HVector2 p = S0[0];
-            S0[0] = S0[1];
-            S0[1] = p;
-        }
-    }
-    if (S1num == 2) {
-        max1 = PhysicsDot(S1[1], xPerp);
-        if (max1 < min1) {
-            float f = min1;
-            min1 = max1;
-            max1 = f;
-            HVector2 p = S1[0];
-            S1[0] = S1[1];
-            S1[1] = p;
-        }
-    }
+    float min0, max0, min1, max1;
+    OrderAlong(S0, S0num, xPerp, min0, max0);
+    OrderAlong(S1, S1num, xPerp, min1, max1);
     if (min0 > max1 || min1 > max0) return false;
 
     HVector2 Pseg;
