@@ -262,7 +262,9 @@ void ABTTree::PrepareRenderLists() {
 void ABTTree::VisibleNodes(const Camera* camera, std::vector<int32_t>& out) const {
     out.clear();
     if (nodes.empty() || root < 0 || static_cast<size_t>(root) >= nodes.size()) return;
-    std::vector<int32_t> stack;
+    // Pre-order, children in order, on an explicit stack: a file may hold a deep chain.
+    std::vector<int32_t>& stack = visit_stack;
+    stack.clear();
     stack.push_back(root);
     while (!stack.empty()) {
         int32_t index = stack.back();
@@ -276,24 +278,15 @@ void ABTTree::VisibleNodes(const Camera* camera, std::vector<int32_t>& out) cons
 }
 
 void ABTTree::Gather(const Camera* camera) {
-    if (nodes.empty() || root < 0 || static_cast<size_t>(root) >= nodes.size()) return;
-    // Pre-order, children in order, on an explicit stack: a file may hold a deep chain.
-    std::vector<int32_t> stack;
-    stack.push_back(root);
-    while (!stack.empty()) {
-        int32_t index = stack.back();
-        stack.pop_back();
-        const ABTNode* node = nodes[static_cast<size_t>(index)];
-        if (camera && !camera->IsBoxVisible(node->box)) continue;
-        for (ABTChunk* chunk : node->chunks) {
+    VisibleNodes(camera, visible_nodes);
+    for (int32_t index : visible_nodes) {
+        for (ABTChunk* chunk : nodes[static_cast<size_t>(index)]->chunks) {
             auto buffer = render_lists.find(chunk->buffer);
             if (buffer == render_lists.end()) continue;
             auto list = buffer->second.find(chunk->material);
             if (list == buffer->second.end()) continue;
             list->second.push_back(chunk);
         }
-        for (auto it = node->children.rbegin(); it != node->children.rend(); ++it)
-            if (*it >= 0 && static_cast<size_t>(*it) < nodes.size()) stack.push_back(*it);
     }
 }
 

@@ -157,6 +157,11 @@ public:
     void PrintTree(int32_t node, int depth) const;
 
 private:
+    // Scratch lists of the culling walk, kept between frames so that a frame allocates
+    // nothing once they have grown.
+    mutable std::vector<int32_t> visit_stack;
+    std::vector<int32_t> visible_nodes;
+
     void DrawChunks(const std::vector<int32_t>& order, int mode);
     void Clear();
 };
