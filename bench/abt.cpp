@@ -44,7 +44,9 @@ size_t TargetTriangles() {
 
 std::string Scratch() {
     static std::string dir = [] {
-        std::string d = (std::filesystem::temp_directory_path() / ("velmora_abtbench_" + std::to_string(getpid()))).string();
+        std::string d = (std::filesystem::temp_directory_path() /
+                         ("velmora_abtbench_" + std::to_string(getpid())))
+                            .string();
         std::filesystem::create_directories(d);
         FileSystemMount(d);
         return d;
@@ -70,7 +72,8 @@ struct Town {
         MeshLoadData& r = *meshes[static_cast<size_t>(material)].raw;
         int32_t base = static_cast<int32_t>(r.verts.size());
         for (int j = 0; j <= n; ++j)
-            for (int i = 0; i <= n; ++i) r.verts.push_back(o + u * (float(i) / n) + v * (float(j) / n));
+            for (int i = 0; i <= n; ++i)
+                r.verts.push_back(o + u * (float(i) / n) + v * (float(j) / n));
         for (int j = 0; j < n; ++j)
             for (int i = 0; i < n; ++i) {
                 int32_t a = base + j * (n + 1) + i, b = a + 1, c = a + n + 2, d = a + n + 1;
@@ -104,14 +107,18 @@ Town MakeTown(size_t target) {
         size_t per_block = 5 * 2 * n * n + 2 * 4 * 4;
         size_t total = per_block * size_t(blocks) * size_t(blocks);
         if (total >= target) break;
-        if (n < 4) ++n; else ++blocks;
+        if (n < 4)
+            ++n;
+        else
+            ++blocks;
     }
     t.size = 40.0f * blocks;
     for (int bx = 0; bx < blocks; ++bx)
         for (int by = 0; by < blocks; ++by) {
             float x = 40.0f * bx, y = 40.0f * by;
             int m = (bx * 7 + by * 3) % kMaterials;
-            t.Quad((m + 1) % kMaterials, HVector3(x, y, 0), HVector3(40, 0, 0), HVector3(0, 40, 0), 4);
+            t.Quad((m + 1) % kMaterials, HVector3(x, y, 0), HVector3(40, 0, 0), HVector3(0, 40, 0),
+                   4);
             float h = 8.0f + float((bx * 13 + by * 5) % 5) * 4.0f;
             t.House(m, HVector3(x + 10, y + 10, 0), HVector3(x + 30, y + 30, h), n);
         }
@@ -154,7 +161,8 @@ struct Gl {
         glGetIntegerv(GL_MAX_ELEMENTS_INDICES, &max_elements_indices);
         // The level's vertex buffers follow the driver's index limit (llvmpipe: 3000);
         // VELMORA_ABT_INDEX_LIMIT plays a card with another one (at most 65536).
-        if (const char* env = std::getenv("VELMORA_ABT_INDEX_LIMIT")) max_elements_indices = std::atoi(env);
+        if (const char* env = std::getenv("VELMORA_ABT_INDEX_LIMIT"))
+            max_elements_indices = std::atoi(env);
         return true;
     }
 };
@@ -181,7 +189,8 @@ struct Level {
         Town town = MakeTown(TargetTriangles());
         size = town.size;
         ABTTreeBuilder b;
-        for (int m = 0; m < kMaterials; ++m) b.InsertMesh(town.meshes[size_t(m)], "mat" + std::to_string(m) + ".dds");
+        for (int m = 0; m < kMaterials; ++m)
+            b.InsertMesh(town.meshes[size_t(m)], "mat" + std::to_string(m) + ".dds");
         triangles = b.faces.size();
         b.SetWeights(HVector2(0.7f, 0.3f));
         b.SetOvergrow(0.1f);
@@ -192,7 +201,8 @@ struct Level {
         if (!gl.Open()) return;
         resources.RegisterType<TextureDDS>("dds");
         for (int m = 0; m < kMaterials; ++m)
-            WriteSolidDds("mat" + std::to_string(m) + ".dds", static_cast<uint16_t>(0x1111u * (m + 1)));
+            WriteSolidDds("mat" + std::to_string(m) + ".dds",
+                          static_cast<uint16_t>(0x1111u * (m + 1)));
         tree.Load("town.abt");
         tree.BuildVertexBuffers();
         tree.LoadTextures(&resources);
@@ -202,15 +212,17 @@ struct Level {
             for (const ABTChunk* c : n->chunks)
                 for (uint32_t k = 0; k < c->count; ++k) {
                     const ABTVertex& v = tree.vertices[c->start + k];
-                    streams[c->material].insert(streams[c->material].end(),
-                                                {v.v.x, v.v.y, v.v.z, v.t.x, v.t.y, v.c.x, v.c.y, v.c.z});
+                    streams[c->material].insert(
+                        streams[c->material].end(),
+                        {v.v.x, v.v.y, v.v.z, v.t.x, v.t.y, v.c.x, v.c.y, v.c.z});
                 }
         material_buffers.resize(kMaterials);
         material_counts.resize(kMaterials);
         for (int m = 0; m < kMaterials; ++m) {
             glGenBuffersARB(1, &material_buffers[size_t(m)]);
             glBindBufferARB(GL_ARRAY_BUFFER_ARB, material_buffers[size_t(m)]);
-            glBufferDataARB(GL_ARRAY_BUFFER_ARB, GLsizeiptrARB(streams[size_t(m)].size() * sizeof(float)),
+            glBufferDataARB(GL_ARRAY_BUFFER_ARB,
+                            GLsizeiptrARB(streams[size_t(m)].size() * sizeof(float)),
                             streams[size_t(m)].data(), GL_STATIC_DRAW_ARB);
             material_counts[size_t(m)] = int32_t(streams[size_t(m)].size() / 8);
         }
@@ -222,8 +234,11 @@ struct Level {
         Camera cam;
         cam.fov = 60.0f;
         float s = size;
-        HVector3 eyes[5] = {{s * 0.5f, s * 0.5f + 20, 2}, {s * 0.5f + 20, s * 0.5f, 2}, {s * 0.25f, 20, 2},
-                            {s - 5, s * 0.5f + 20, 2}, {-40, -40, s * 0.3f}};
+        HVector3 eyes[5] = {{s * 0.5f, s * 0.5f + 20, 2},
+                            {s * 0.5f + 20, s * 0.5f, 2},
+                            {s * 0.25f, 20, 2},
+                            {s - 5, s * 0.5f + 20, 2},
+                            {-40, -40, s * 0.3f}};
         HVector3 dirs[5] = {{1, 0, 0}, {0, 1, -0.05f}, {0, 1, 0}, {1, 0.2f, 0}, {1, 1, -0.35f}};
         cam.position = eyes[i];
         cam.target = eyes[i] + dirs[i] * 100.0f;
@@ -282,7 +297,8 @@ void BM_Build(benchmark::State& state) {
     std::string text;
     for (auto _ : state) {
         ABTTreeBuilder b;
-        for (int m = 0; m < kMaterials; ++m) b.InsertMesh(town.meshes[size_t(m)], "mat" + std::to_string(m) + ".dds");
+        for (int m = 0; m < kMaterials; ++m)
+            b.InsertMesh(town.meshes[size_t(m)], "mat" + std::to_string(m) + ".dds");
         b.SetWeights(HVector2(0.7f, 0.3f));
         b.SetOvergrow(0.1f);
         b.Build(100, 12);
@@ -294,7 +310,8 @@ void BM_Build(benchmark::State& state) {
         benchmark::DoNotOptimize(text.data());
     }
     state.counters["triangles"] = double(tris);
-    state.counters["tris_per_s"] = benchmark::Counter(double(tris), benchmark::Counter::kIsIterationInvariantRate);
+    state.counters["tris_per_s"] =
+        benchmark::Counter(double(tris), benchmark::Counter::kIsIterationInvariantRate);
     state.counters["file_MB"] = double(text.size()) / 1e6;
 }
 BENCHMARK(BM_Build)->Unit(benchmark::kMillisecond)->Iterations(2);
@@ -310,20 +327,25 @@ void BM_LoadParse(benchmark::State& state) {
         tree.LoadDocument(&doc, max_elements_indices > 0 ? max_elements_indices : 65535);
         benchmark::DoNotOptimize(tree.vertices.data());
     }
-    state.counters["MB_per_s"] = benchmark::Counter(double(text.size()) / 1e6, benchmark::Counter::kIsIterationInvariantRate);
+    state.counters["MB_per_s"] = benchmark::Counter(double(text.size()) / 1e6,
+                                                    benchmark::Counter::kIsIterationInvariantRate);
 }
 BENCHMARK(BM_LoadParse)->Unit(benchmark::kMillisecond)->Iterations(2);
 
 void BM_LoadBuffers(benchmark::State& state) {
     Level& level = Level::Get();
-    if (!level.gl.window) { state.SkipWithError("no GL context"); return; }
+    if (!level.gl.window) {
+        state.SkipWithError("no GL context");
+        return;
+    }
     for (auto _ : state) {
         ABTTree tree;
         tree.Load("town.abt");
         tree.BuildVertexBuffers();
         glFinish();
     }
-    state.counters["MB_per_s"] = benchmark::Counter(double(level.file_bytes) / 1e6, benchmark::Counter::kIsIterationInvariantRate);
+    state.counters["MB_per_s"] = benchmark::Counter(double(level.file_bytes) / 1e6,
+                                                    benchmark::Counter::kIsIterationInvariantRate);
 }
 BENCHMARK(BM_LoadBuffers)->Unit(benchmark::kMillisecond)->Iterations(2);
 
@@ -336,7 +358,10 @@ double Median(std::vector<double> v) {
 // path, alternately, so that both see the same machine load; the counters are medians.
 void BM_Frame(benchmark::State& state) {
     Level& level = Level::Get();
-    if (!level.gl.window) { state.SkipWithError("no GL context"); return; }
+    if (!level.gl.window) {
+        state.SkipWithError("no GL context");
+        return;
+    }
     Camera cam = level.View(int(state.range(0)));
     // Second argument 1: a 128x96 viewport, where drawing is bound by geometry, not fill.
     level.view_width = state.range(1) ? 128 : kWidth;
@@ -364,12 +389,16 @@ void BM_Frame(benchmark::State& state) {
     state.counters["tree_ms"] = Median(tree_ms);
     state.counters["brute_ms"] = Median(brute_ms);
     state.counters["speedup"] = Median(brute_ms) / std::max(Median(tree_ms), 1e-9);
-    state.counters["drawn_fraction"] = double(counting.vertices) / frames / double(level.tree.index_count);
+    state.counters["drawn_fraction"] =
+        double(counting.vertices) / frames / double(level.tree.index_count);
     state.counters["draws"] = double(level.tree.draws);
     state.counters["buffers"] = double(level.tree.vertex_buffers.size());
     state.counters["index_limit"] = double(max_elements_indices);
 }
-BENCHMARK(BM_Frame)->ArgsProduct({{0, 1, 2, 3, 4}, {0, 1}})->Unit(benchmark::kMillisecond)->Iterations(30);
+BENCHMARK(BM_Frame)
+    ->ArgsProduct({{0, 1, 2, 3, 4}, {0, 1}})
+    ->Unit(benchmark::kMillisecond)
+    ->Iterations(30);
 
 }  // namespace
 

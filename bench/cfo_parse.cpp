@@ -26,8 +26,7 @@ struct Corpus {
     size_t rows = 0;
 };
 
-const Corpus& GetCorpus()
-{
+const Corpus& GetCorpus() {
     static Corpus corpus = [] {
         Corpus c;
         std::mt19937 rng(1);
@@ -68,8 +67,7 @@ const Corpus& GetCorpus()
     return corpus;
 }
 
-void BM_CfoParse(benchmark::State& state)
-{
+void BM_CfoParse(benchmark::State& state) {
     const Corpus& c = GetCorpus();
     for (auto _ : state) {
         CfoDocument doc;
@@ -84,8 +82,7 @@ void BM_CfoParse(benchmark::State& state)
     state.counters["bytes"] = static_cast<double>(c.cfo.size());
 }
 
-void BM_CfoParseReference(benchmark::State& state)
-{
+void BM_CfoParseReference(benchmark::State& state) {
     const Corpus& c = GetCorpus();
     for (auto _ : state) {
         CfoNode root;
@@ -99,8 +96,7 @@ void BM_CfoParseReference(benchmark::State& state)
     state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * c.cfo.size()));
 }
 
-void RapidJsonParse(benchmark::State& state, const std::string& json)
-{
+void RapidJsonParse(benchmark::State& state, const std::string& json) {
     const Corpus& c = GetCorpus();
     for (auto _ : state) {
         rapidjson::Document doc;
@@ -115,13 +111,9 @@ void RapidJsonParse(benchmark::State& state, const std::string& json)
     state.counters["bytes"] = static_cast<double>(json.size());
 }
 
-void BM_RapidJsonDomRows(benchmark::State& state)
-{
-    RapidJsonParse(state, GetCorpus().json_rows);
-}
+void BM_RapidJsonDomRows(benchmark::State& state) { RapidJsonParse(state, GetCorpus().json_rows); }
 
-void BM_RapidJsonDomCells(benchmark::State& state)
-{
+void BM_RapidJsonDomCells(benchmark::State& state) {
     RapidJsonParse(state, GetCorpus().json_cells);
 }
 

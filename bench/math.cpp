@@ -16,8 +16,8 @@ namespace {
 Camera MakeCamera() {
     // gluPerspective(60, 1.33, 1, 5000) and a look along +y from (0, 0, 10), as GL stores them.
     float f = 1.0f / std::tan(30.0f * HMath::fDeg2Rad);
-    float P[16] = {f / 1.33f, 0, 0, 0, 0, f, 0, 0, 0, 0, -5001.0f / 4999.0f, -1,
-                   0, 0, -10000.0f / 4999.0f, 0};
+    float P[16] = {f / 1.33f,           0, 0, 0, 0, f, 0, 0, 0, 0, -5001.0f / 4999.0f, -1, 0, 0,
+                   -10000.0f / 4999.0f, 0};
     float M[16] = {1, 0, 0, 0, 0, 0, -1, 0, 0, 1, 0, 0, 0, -10, 0, 1};
     Camera cam;
     cam.position = HVector3(0, 0, 10);

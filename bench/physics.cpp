@@ -101,8 +101,10 @@ struct Layout {
         std::uniform_real_distribution<float> place(-1000.0f, 1000.0f);
         std::uniform_real_distribution<float> size(10.0f, 60.0f);
         std::uniform_real_distribution<float> angle(0.0f, 360.0f);
-        for (int i = 0; i < 100; i++) walls.push_back({HVector2(place(rng), place(rng)), size(rng), size(rng)});
-        for (int i = 0; i < n; i++) characters.push_back({HVector2(place(rng), place(rng)), angle(rng)});
+        for (int i = 0; i < 100; i++)
+            walls.push_back({HVector2(place(rng), place(rng)), size(rng), size(rng)});
+        for (int i = 0; i < n; i++)
+            characters.push_back({HVector2(place(rng), place(rng)), angle(rng)});
     }
 };
 
@@ -176,11 +178,17 @@ void BM_StepVelmora(benchmark::State& state) {
     for (auto& c : characters) m.RemoveObject(c.get());
     for (auto& w : walls) m.RemoveObject(w.get());
 }
-BENCHMARK(BM_StepVelmora)->Arg(10)->Arg(50)->Arg(200)->ArgName("characters")->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_StepVelmora)
+    ->Arg(10)
+    ->Arg(50)
+    ->Arg(200)
+    ->ArgName("characters")
+    ->Unit(benchmark::kMicrosecond);
 
 class ClosestHit : public b2RayCastCallback {
 public:
-    float ReportFixture(b2Fixture* fixture, const b2Vec2& point, const b2Vec2&, float fraction) override {
+    float ReportFixture(b2Fixture* fixture, const b2Vec2& point, const b2Vec2&,
+                        float fraction) override {
         hit = fixture;
         where = point;
         return fraction;  // clip to the nearest
@@ -235,7 +243,8 @@ void BM_StepBox2D(benchmark::State& state) {
     for (auto _ : state) {
         for (size_t i = 0; i < bodies.size(); i++) {
             float a = bodies[i]->GetAngle();
-            bodies[i]->ApplyForceToCenter(b2Vec2(std::cos(a) * 1000.0f, std::sin(a) * 1000.0f), true);
+            bodies[i]->ApplyForceToCenter(b2Vec2(std::cos(a) * 1000.0f, std::sin(a) * 1000.0f),
+                                          true);
         }
         world.Step(kStep, 8, 3);
         for (size_t i = 0; i < bodies.size(); i++) {
@@ -249,7 +258,12 @@ void BM_StepBox2D(benchmark::State& state) {
         }
     }
 }
-BENCHMARK(BM_StepBox2D)->Arg(10)->Arg(50)->Arg(200)->ArgName("characters")->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_StepBox2D)
+    ->Arg(10)
+    ->Arg(50)
+    ->Arg(200)
+    ->ArgName("characters")
+    ->Unit(benchmark::kMicrosecond);
 
 }  // namespace
 

@@ -31,7 +31,8 @@ const std::vector<uint8_t>& BigDds() {
 const std::vector<uint8_t>& FontFile() {
     static std::vector<uint8_t> file = [] {
         std::vector<Glyph> glyphs;
-        for (int k = 0; k < 95; k++) glyphs.push_back(Glyph{0.03f, 0.06f, 0.1f, 0.1f, 0.13f, 0.16f});
+        for (int k = 0; k < 95; k++)
+            glyphs.push_back(Glyph{0.03f, 0.06f, 0.1f, 0.1f, 0.13f, 0.16f});
         auto f = MakeGLF(256, 256, 32, 126, glyphs, std::vector<uint8_t>(256 * 256 * 2, 200));
         WriteFile("bench/font.glf", f);
         return f;
@@ -43,7 +44,8 @@ const std::vector<uint8_t>& FontFile() {
 bool HaveGl() {
     static bool ok = [] {
         if (SDL_Init(SDL_INIT_VIDEO) != 0) return false;
-        SDL_Window* w = SDL_CreateWindow("bench", 0, 0, 64, 64, SDL_WINDOW_OPENGL | SDL_WINDOW_HIDDEN);
+        SDL_Window* w =
+            SDL_CreateWindow("bench", 0, 0, 64, 64, SDL_WINDOW_OPENGL | SDL_WINDOW_HIDDEN);
         if (!w) return false;
         SDL_GLContext c = SDL_GL_CreateContext(w);
         return c != nullptr && SDL_GL_MakeCurrent(w, c) == 0;
@@ -69,7 +71,8 @@ void BM_ReadAndParseDds2048Dxt5(benchmark::State& state) {
     for (auto _ : state) {
         File file("bench/big.dds", File::READ);
         int64_t got = file.ReadAll();
-        bool ok = got > 0 && ParseDDS(reinterpret_cast<const uint8_t*>(file.Data()), size_t(got), "big.dds", image);
+        bool ok = got > 0 && ParseDDS(reinterpret_cast<const uint8_t*>(file.Data()), size_t(got),
+                                      "big.dds", image);
         if (!ok) state.SkipWithError("read failed");
     }
     state.SetBytesProcessed(int64_t(state.iterations()) * int64_t(BigDds().size()));

@@ -23,7 +23,8 @@ struct NullBackend : ABTRenderBackend {
         for (uint32_t i = 0; i < size; ++i) {
             const ABTVertexBuffer* owner = nullptr;
             for (const ABTVertexBuffer* vb : tree.vertex_buffers)
-                if (pointers[i] >= vb->indices.data() && pointers[i] <= vb->indices.data() + vb->indices.size())
+                if (pointers[i] >= vb->indices.data() &&
+                    pointers[i] <= vb->indices.data() + vb->indices.size())
                     owner = vb;
             if (!owner) __builtin_trap();
             size_t offset = static_cast<size_t>(pointers[i] - owner->indices.data());

@@ -10,15 +10,13 @@
 #include "cfo/cforeaders.h"
 #include "cfo_reference.h"
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
-{
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     std::string text(reinterpret_cast<const char*>(data), size);
     CfoDocument doc;
     bool ok = doc.Parse(text);
 
     size_t opens = 0;
-    for (char c : text)
-        opens += c == '{';
+    for (char c : text) opens += c == '{';
     if (opens < 2000) {
         CfoNode ref;
         bool ref_ok = cforef::Parse(&ref, text);

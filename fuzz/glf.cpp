@@ -18,7 +18,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         int out[2];
         font.GetStringSize("The quick brown fox \x80\xff", out);
         font.GetStringSize("", out);
-        for (int code = -130; code < 260; code += 7) font.GetCharWidth(code), font.GetCharHeight(code);
+        for (int code = -130; code < 260; code += 7)
+            font.GetCharWidth(code), font.GetCharHeight(code);
         GLFont copy(font);
         copy.GetStringSize("abc", out);
     }

@@ -12,32 +12,32 @@
 class CfoNode;
 
 class Window {
- public:
-  Window();
-  virtual ~Window();
+public:
+    Window();
+    virtual ~Window();
 
-  // Reads "fullscreen", "width", "height" and "multisample" from `node` (each only when
-  // present), opens the window and sets the viewport. False, with a message, on a null
-  // node or when the window cannot be made.
-  bool Init(CfoNode* node);
-  // Opens the window; 1 on success, -1 on failure (after a message).
-  int SetVideoMode(int width, int height, int bpp, bool fullscreen, bool joystick);
-  // Turns the wait for vertical retrace off, sets the viewport and, with multisampling,
-  // enables it.
-  void Resize(int x, int y, int width, int height);
-  void Swap();
-  // Vendor, renderer and version lines of the GL driver.
-  void PrintInfo();
+    // Reads "fullscreen", "width", "height" and "multisample" from `node` (each only when
+    // present), opens the window and sets the viewport. False, with a message, on a null
+    // node or when the window cannot be made.
+    bool Init(CfoNode* node);
+    // Opens the window; 1 on success, -1 on failure (after a message).
+    int SetVideoMode(int width, int height, int bpp, bool fullscreen, bool joystick);
+    // Turns the wait for vertical retrace off, sets the viewport and, with multisampling,
+    // enables it.
+    void Resize(int x, int y, int width, int height);
+    void Swap();
+    // Vendor, renderer and version lines of the GL driver.
+    void PrintInfo();
 
-  SDL_Window* GetSdlWindow() const { return window; }
+    SDL_Window* GetSdlWindow() const { return window; }
 
-  bool fullscreen = false;
-  int bpp = 32;
-  int multisample = 0;
+    bool fullscreen = false;
+    int bpp = 32;
+    int multisample = 0;
 
- private:
-  SDL_Window* window = nullptr;   // owned
-  SDL_GLContext context = nullptr;  // owned
+private:
+    SDL_Window* window = nullptr;     // owned
+    SDL_GLContext context = nullptr;  // owned
 };
 
 // Swaps the buffers of the window made by the last successful Window::Init (or

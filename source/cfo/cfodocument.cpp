@@ -22,23 +22,20 @@ namespace {
 // cleaner and the tree builder spend their time here, so runs of ordinary text are copied
 // or appended as ranges instead of one byte at a time.
 template <char... Cs>
-inline size_t FindFirstOf(const char* p, size_t i, size_t n)
-{
+inline size_t FindFirstOf(const char* p, size_t i, size_t n) {
 #if defined(__SSE2__)
     while (i + 16 <= n) {
         __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p + i));
         __m128i hit = _mm_setzero_si128();
         ((hit = _mm_or_si128(hit, _mm_cmpeq_epi8(v, _mm_set1_epi8(Cs)))), ...);
         unsigned mask = static_cast<unsigned>(_mm_movemask_epi8(hit));
-        if (mask)
-            return i + static_cast<size_t>(__builtin_ctz(mask));
+        if (mask) return i + static_cast<size_t>(__builtin_ctz(mask));
         i += 16;
     }
 #endif
     for (; i < n; ++i) {
         char c = p[i];
-        if (((c == Cs) || ...))
-            return i;
+        if (((c == Cs) || ...)) return i;
     }
     return n;
 }
@@ -58,8 +55,7 @@ namespace {
 
 // Writes the text without comments to `dest`, which holds n + 1 bytes (every byte plus the
 // trailing NUL at most); returns the length written.
-size_t StripCommentsInto(const char* s, size_t n, char* dest)
-{
+size_t StripCommentsInto(const char* s, size_t n, char* dest) {
     auto at = [s, n](size_t k) -> char { return k < n ? s[k] : '\0'; };
     char* o = dest;
     bool line = false;
@@ -75,24 +71,19 @@ size_t StripCommentsInto(const char* s, size_t n, char* dest)
             // Inside a comment only these three bytes can change anything.
             i = FindFirstOf<'/', '*', '\n'>(s, i, n);
         }
-        if (i >= n)
-            break;
+        if (i >= n) break;
 
         char c = s[i];
         char next = at(i + 1);
-        if (c == '/' && next == '/')
-            line = true;
-        if (c == '/' && next == '*')
-            ++depth;
+        if (c == '/' && next == '/') line = true;
+        if (c == '/' && next == '*') ++depth;
         if (depth > 0 && c == '*' && next == '/') {
             --depth;
             i += 2;
             c = at(i);  // i <= n here: next was a real byte
         }
-        if (line && c == '\n')
-            line = false;
-        if (!line && depth == 0 && c != '\r')
-            *o++ = c;
+        if (line && c == '\n') line = false;
+        if (!line && depth == 0 && c != '\r') *o++ = c;
         ++i;
     }
     return static_cast<size_t>(o - dest);
@@ -103,23 +94,20 @@ size_t StripCommentsInto(const char* s, size_t n, char* dest)
 // backslashes are dropped. The quote marks themselves are never kept.
 // The result goes to `dest`, which holds n bytes and may be `s` itself: the output never
 // gets ahead of the input. Returns the length written.
-size_t StripBlanksInto(const char* s, size_t n, char* dest)
-{
+size_t StripBlanksInto(const char* s, size_t n, char* dest) {
     char* o = dest;
     bool quoted = false;
     size_t i = 0;
     while (i < n) {
         size_t j = quoted ? FindFirstOf<'\\', '"'>(s, i, n)
                           : FindFirstOf<'\\', '"', ' ', '\n', '\t'>(s, i, n);
-        if (o != s + i)
-            std::memmove(o, s + i, j - i);
+        if (o != s + i) std::memmove(o, s + i, j - i);
         o += j - i;
         // The input byte before position j. Working in place, the output has only reached
         // j - 1 when everything so far was copied unchanged, so this is still the input.
         char before = j > 0 ? s[j - 1] : '\0';
         i = j;
-        if (i >= n)
-            break;
+        if (i >= n) break;
 
         char c = s[i];
         if (c == '\\' && i + 1 < n && s[i + 1] == '"') {
@@ -127,11 +115,9 @@ size_t StripBlanksInto(const char* s, size_t n, char* dest)
             i += 2;
             continue;
         }
-        if (c == '"' && !(i > 0 && before == '\\'))
-            quoted = !quoted;
+        if (c == '"' && !(i > 0 && before == '\\')) quoted = !quoted;
         if (quoted) {
-            if (c != '"')
-                *o++ = c;
+            if (c != '"') *o++ = c;
         } else if (c != ' ' && c != '\n' && c != '\t' && c != '\\' && c != '"') {
             *o++ = c;
         }
@@ -142,15 +128,13 @@ size_t StripBlanksInto(const char* s, size_t n, char* dest)
 
 }  // namespace
 
-std::string CfoDocument::StripComments(const std::string& text)
-{
+std::string CfoDocument::StripComments(const std::string& text) {
     std::string out(text.size() + 1, '\0');
     out.resize(StripCommentsInto(text.data(), text.size(), out.data()));
     return out;
 }
 
-std::string CfoDocument::StripBlanks(const std::string& text)
-{
+std::string CfoDocument::StripBlanks(const std::string& text) {
     // In place, as Parse does it.
     std::string out = text;
     out.resize(StripBlanksInto(out.data(), out.size(), out.data()));
@@ -168,8 +152,7 @@ std::string CfoDocument::StripBlanks(const std::string& text)
 // Nested scopes live on an explicit stack, so the depth of a document costs heap, not
 // call stack. A scope's key is always empty when a child scope opens, so only the token
 // has to be kept per level.
-size_t CfoDocument::ParseScope(CfoNode* node, const std::string& text, size_t pos)
-{
+size_t CfoDocument::ParseScope(CfoNode* node, const std::string& text, size_t pos) {
     return ParseScope(node, text.data(), text.size(), pos);
 }
 
@@ -178,20 +161,16 @@ namespace {
 // A node for the builder. When memory runs out the node is skipped: the builder goes on
 // and whatever the text puts inside it is lost. Inside a lost scope (`parent` null)
 // nothing is allocated at all.
-CfoNode* NewParsedNode(CfoNode* parent)
-{
-    if (!parent)
-        return nullptr;
+CfoNode* NewParsedNode(CfoNode* parent) {
+    if (!parent) return nullptr;
     CfoNode* node = new (std::nothrow) CfoNode();
-    if (node)
-        node->parent = parent;
+    if (node) node->parent = parent;
     return node;
 }
 
 }  // namespace
 
-size_t CfoDocument::ParseScope(CfoNode* node, const char* s, size_t n, size_t pos)
-{
+size_t CfoDocument::ParseScope(CfoNode* node, const char* s, size_t n, size_t pos) {
     assert(node != nullptr);
     struct Scope {
         CfoNode* node;  // null for a scope whose node could not be made
@@ -213,8 +192,7 @@ size_t CfoDocument::ParseScope(CfoNode* node, const char* s, size_t n, size_t po
             if (c == '{') {
                 CfoNode* child = NewParsedNode(scope.node);
                 if (!key.empty()) {
-                    if (child)
-                        child->name = std::move(key);
+                    if (child) child->name = std::move(key);
                     key.clear();
                 }
                 scopes.push_back({child, std::string()});
@@ -257,10 +235,8 @@ size_t CfoDocument::ParseScope(CfoNode* node, const char* s, size_t n, size_t po
         key.clear();
         CfoNode* done = scopes.back().node;
         scopes.pop_back();
-        if (scopes.empty())
-            return ret;
-        if (done)
-            scopes.back().node->AddChild(done);  // a made node's parent scope was made too
+        if (scopes.empty()) return ret;
+        if (done) scopes.back().node->AddChild(done);  // a made node's parent scope was made too
         pos = ret + 1;
     }
 }
@@ -268,8 +244,7 @@ size_t CfoDocument::ParseScope(CfoNode* node, const char* s, size_t n, size_t po
 namespace {
 
 // Number of "{" minus number of "}".
-int64_t BraceBalance(const char* p, size_t n)
-{
+int64_t BraceBalance(const char* p, size_t n) {
     int64_t balance = 0;
     size_t i = 0;
 #if defined(__SSE2__)
@@ -291,15 +266,13 @@ int64_t BraceBalance(const char* p, size_t n)
         balance -= _mm_cvtsi128_si64(sc) + _mm_cvtsi128_si64(_mm_unpackhi_epi64(sc, sc));
     }
 #endif
-    for (; i < n; ++i)
-        balance += (p[i] == '{') - (p[i] == '}');
+    for (; i < n; ++i) balance += (p[i] == '{') - (p[i] == '}');
     return balance;
 }
 
 }  // namespace
 
-bool CfoDocument::Parse(const std::string& text)
-{
+bool CfoDocument::Parse(const std::string& text) {
     // Both cleaning passes share one buffer: the second works in place.
     std::unique_ptr<char[]> clean(new char[text.size() + 1]);
     size_t size = StripCommentsInto(text.data(), text.size(), clean.get());
@@ -314,8 +287,7 @@ bool CfoDocument::Parse(const std::string& text)
     return ParseScope(this, clean.get(), size, 0) == size;
 }
 
-bool CfoDocument::LoadFile(const std::string& path)
-{
+bool CfoDocument::LoadFile(const std::string& path) {
     std::string text;
     {
         File file(path, File::READ);
@@ -331,8 +303,7 @@ bool CfoDocument::LoadFile(const std::string& path)
     return Parse(text);
 }
 
-bool CfoDocument::SaveFile(const std::string& path)
-{
+bool CfoDocument::SaveFile(const std::string& path) {
     File file(path, File::WRITE);
     std::string data;
     Serialise(data);
@@ -340,20 +311,16 @@ bool CfoDocument::SaveFile(const std::string& path)
     return true;
 }
 
-void CfoDocument::Serialise(std::string& out) const
-{
-    if (children.empty())
-        return;
-    for (const CfoNode* child : children)
-        WriteNode(child, "", out);
+void CfoDocument::Serialise(std::string& out) const {
+    if (children.empty()) return;
+    for (const CfoNode* child : children) WriteNode(child, "", out);
 }
 
 // Writes "indent name", then "=value;\n" when there is a value, then "={\n", the
 // children one tab deeper and "indent}\n" when there are children. A node with neither
 // writes no line end, and one with both writes its value line and then a separate block;
 // documents written so far depend on this layout, so it stays.
-void CfoDocument::WriteNode(const CfoNode* node, const std::string& indent, std::string& out)
-{
+void CfoDocument::WriteNode(const CfoNode* node, const std::string& indent, std::string& out) {
     assert(node != nullptr);
     struct Item {
         const CfoNode* node;
@@ -382,8 +349,7 @@ void CfoDocument::WriteNode(const CfoNode* node, const std::string& indent, std:
         Item& top = stack.back();
         if (top.next_child < top.node->children.size()) {
             const CfoNode* child = top.node->children[top.next_child++];
-            if (child)
-                open(child);  // may grow the stack: `top` is not used after this
+            if (child) open(child);  // may grow the stack: `top` is not used after this
         } else {
             pad.pop_back();
             out += pad;

@@ -3,8 +3,7 @@
 #include <cstdio>
 #include <utility>
 
-CfoNode::~CfoNode()
-{
+CfoNode::~CfoNode() {
     // Deleting children one level at a time on a work list keeps the call stack flat:
     // each node's own children are taken away before it is deleted.
     std::vector<CfoNode*> pending = std::move(children);
@@ -12,72 +11,56 @@ CfoNode::~CfoNode()
     while (!pending.empty()) {
         CfoNode* node = pending.back();
         pending.pop_back();
-        if (!node)
-            continue;
-        for (CfoNode* child : node->children)
-            pending.push_back(child);
+        if (!node) continue;
+        for (CfoNode* child : node->children) pending.push_back(child);
         node->children.clear();
         delete node;
     }
 }
 
-CfoNode* CfoNode::FirstChild() const
-{
-    return children.empty() ? nullptr : children.front();
-}
+CfoNode* CfoNode::FirstChild() const { return children.empty() ? nullptr : children.front(); }
 
-CfoNode* CfoNode::NextSibling() const
-{
-    if (!parent || index < 0)
-        return nullptr;
+CfoNode* CfoNode::NextSibling() const {
+    if (!parent || index < 0) return nullptr;
     size_t next = static_cast<size_t>(index) + 1;
-    if (next >= parent->children.size())
-        return nullptr;
+    if (next >= parent->children.size()) return nullptr;
     return parent->children[next];
 }
 
-CfoNode* CfoNode::FindChild(const std::string& key) const
-{
+CfoNode* CfoNode::FindChild(const std::string& key) const {
     for (CfoNode* child : children)
-        if (child->name == key)
-            return child;
+        if (child->name == key) return child;
     return nullptr;
 }
 
-void CfoNode::AddChild(CfoNode* node)
-{
-    if (!node)
-        return;
+void CfoNode::AddChild(CfoNode* node) {
+    if (!node) return;
     node->index = static_cast<int32_t>(children.size());
     children.push_back(node);
 }
 
-CfoNode* CfoNode::NewChild()
-{
+CfoNode* CfoNode::NewChild() {
     CfoNode* node = new CfoNode();
     node->parent = this;
     AddChild(node);
     return node;
 }
 
-CfoNode* CfoNode::NewChild(const std::string& child_name)
-{
+CfoNode* CfoNode::NewChild(const std::string& child_name) {
     CfoNode* node = new CfoNode(child_name);
     node->parent = this;
     AddChild(node);
     return node;
 }
 
-CfoNode* CfoNode::NewChild(const std::string& child_name, const std::string& child_value)
-{
+CfoNode* CfoNode::NewChild(const std::string& child_name, const std::string& child_value) {
     CfoNode* node = new CfoNode(child_name, child_value);
     node->parent = this;
     AddChild(node);
     return node;
 }
 
-void CfoNode::Print() const
-{
+void CfoNode::Print() const {
     struct Item {
         const CfoNode* node;
         size_t depth;
@@ -97,7 +80,6 @@ void CfoNode::Print() const
         std::fputc('\n', stdout);
         // Pushed in reverse so that children print in document order.
         for (size_t i = item.node->children.size(); i-- > 0;)
-            if (item.node->children[i])
-                stack.push_back({item.node->children[i], item.depth + 1});
+            if (item.node->children[i]) stack.push_back({item.node->children[i], item.depth + 1});
     }
 }

@@ -11,46 +11,36 @@
 // atoi without its undefined overflow: the 64-bit strtol result, saturated as strtol
 // does, then taken modulo 2^32 the way the C library's own atoi ends up on this platform.
 // So "-1" read as unsigned is 4294967295 and "3000000000" survives an unsigned read.
-int32_t CfoAtoi(const std::string& text)
-{
+int32_t CfoAtoi(const std::string& text) {
     long long v = std::strtoll(text.c_str(), nullptr, 10);
     return static_cast<int32_t>(static_cast<uint32_t>(static_cast<unsigned long long>(v)));
 }
 
 // atof, with doubles beyond the float range turned into infinities instead of an
 // undefined narrowing.
-float CfoAtof(const std::string& text)
-{
+float CfoAtof(const std::string& text) {
     double d = std::strtod(text.c_str(), nullptr);
-    if (std::isnan(d))
-        return static_cast<float>(d);
-    if (d > FLT_MAX)
-        return INFINITY;
-    if (d < -FLT_MAX)
-        return -INFINITY;
+    if (std::isnan(d)) return static_cast<float>(d);
+    if (d > FLT_MAX) return INFINITY;
+    if (d < -FLT_MAX) return -INFINITY;
     return static_cast<float>(d);
 }
 
 namespace {
 
-const CfoNode* Lookup(const CfoNode* node, const std::string& key)
-{
+const CfoNode* Lookup(const CfoNode* node, const std::string& key) {
     assert(node != nullptr);
     return node->FindChild(key);
 }
 
 // Fills up to `count` components from a comma list; see the header for the rules.
-void ReadComponents(const std::string& value, float* components, int count)
-{
-    for (int k = 0; k < count; ++k)
-        components[k] = 0.0f;
+void ReadComponents(const std::string& value, float* components, int count) {
+    for (int k = 0; k < count; ++k) components[k] = 0.0f;
     int stored = 0;
     std::string token;
     auto flush = [&]() {
-        if (token.empty())
-            return;
-        if (stored < count)
-            components[stored++] = CfoAtof(token);
+        if (token.empty()) return;
+        if (stored < count) components[stored++] = CfoAtof(token);
         token.clear();
     };
     for (char c : value) {
@@ -64,67 +54,53 @@ void ReadComponents(const std::string& value, float* components, int count)
 
 }  // namespace
 
-bool CfoReadBool(const CfoNode* node, const std::string& key, bool& out)
-{
+bool CfoReadBool(const CfoNode* node, const std::string& key, bool& out) {
     const CfoNode* child = Lookup(node, key);
-    if (!child)
-        return false;
+    if (!child) return false;
     out = CfoAtoi(child->value) > 0;
     return true;
 }
 
-bool CfoReadInt(const CfoNode* node, const std::string& key, int32_t& out)
-{
+bool CfoReadInt(const CfoNode* node, const std::string& key, int32_t& out) {
     const CfoNode* child = Lookup(node, key);
-    if (!child)
-        return false;
+    if (!child) return false;
     out = CfoAtoi(child->value);
     return true;
 }
 
-bool CfoReadUInt(const CfoNode* node, const std::string& key, uint32_t& out)
-{
+bool CfoReadUInt(const CfoNode* node, const std::string& key, uint32_t& out) {
     const CfoNode* child = Lookup(node, key);
-    if (!child)
-        return false;
+    if (!child) return false;
     out = static_cast<uint32_t>(CfoAtoi(child->value));
     return true;
 }
 
-bool CfoReadFloat(const CfoNode* node, const std::string& key, float& out)
-{
+bool CfoReadFloat(const CfoNode* node, const std::string& key, float& out) {
     const CfoNode* child = Lookup(node, key);
-    if (!child)
-        return false;
+    if (!child) return false;
     out = CfoAtof(child->value);
     return true;
 }
 
-bool CfoReadString(const CfoNode* node, const std::string& key, std::string& out)
-{
+bool CfoReadString(const CfoNode* node, const std::string& key, std::string& out) {
     const CfoNode* child = Lookup(node, key);
-    if (!child)
-        return false;
+    if (!child) return false;
     out = child->value;
     return true;
 }
 
-bool CfoReadVector2(const CfoNode* node, const std::string& key, HVector2& out)
-{
+bool CfoReadVector2(const CfoNode* node, const std::string& key, HVector2& out) {
     const CfoNode* child = Lookup(node, key);
-    if (!child)
-        return false;
+    if (!child) return false;
     float c[2];
     ReadComponents(child->value, c, 2);
     out = HVector2(c[0], c[1]);
     return true;
 }
 
-bool CfoReadVector3(const CfoNode* node, const std::string& key, HVector3& out)
-{
+bool CfoReadVector3(const CfoNode* node, const std::string& key, HVector3& out) {
     const CfoNode* child = Lookup(node, key);
-    if (!child)
-        return false;
+    if (!child) return false;
     float c[3];
     ReadComponents(child->value, c, 3);
     out = HVector3(c[0], c[1], c[2]);

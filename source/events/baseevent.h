@@ -23,39 +23,39 @@ uint32_t NewTypeId();
 const std::string* InternTypeName(const std::string& name);
 
 class BaseEvent {
- public:
-  BaseEvent() = default;
-  virtual ~BaseEvent() = default;
+public:
+    BaseEvent() = default;
+    virtual ~BaseEvent() = default;
 
-  virtual std::string GetTypeName() const { return "BaseEvent"; }
-  // 0 on the base; each event class numbers itself on first call.
-  virtual uint32_t GetTypeId() const { return 0; }
-  // The interned type name, the key of dispatch. The default interns GetTypeName();
-  // VELMORA_EVENT_TYPE caches it per class.
-  virtual const std::string* GetTypeKey() const { return InternTypeName(GetTypeName()); }
+    virtual std::string GetTypeName() const { return "BaseEvent"; }
+    // 0 on the base; each event class numbers itself on first call.
+    virtual uint32_t GetTypeId() const { return 0; }
+    // The interned type name, the key of dispatch. The default interns GetTypeName();
+    // VELMORA_EVENT_TYPE caches it per class.
+    virtual const std::string* GetTypeKey() const { return InternTypeName(GetTypeName()); }
 
-  int32_t reserved = 0;      // read by no part of dispatch
-  Entity* target = nullptr;  // 0 broadcasts; otherwise only the target's handlers run
-  float fire_time = 0.0f;    // set on posting: manager time + delay
-  float delay = 0.0f;        // seconds; above 0 sends the event through the delayed list
+    int32_t reserved = 0;      // read by no part of dispatch
+    Entity* target = nullptr;  // 0 broadcasts; otherwise only the target's handlers run
+    float fire_time = 0.0f;    // set on posting: manager time + delay
+    float delay = 0.0f;        // seconds; above 0 sends the event through the delayed list
 };
 
 // Declares the identity of an event class: its static type-name string, its lazily
 // numbered static id, and the three virtual operations that report them.
-#define VELMORA_EVENT_TYPE(ClassName, TypeNameText)                                \
- public:                                                                           \
-  inline static const std::string type_name = TypeNameText;                        \
-  inline static uint32_t type_id = 0;                                              \
-  std::string GetTypeName() const override { return type_name; }                  \
-  uint32_t GetTypeId() const override {                                            \
-    if (type_id == 0) type_id = NewTypeId();                                       \
-    return type_id;                                                                \
-  }                                                                                \
-  const std::string* GetTypeKey() const override {                                 \
-    static const std::string* key = InternTypeName(type_name);                     \
-    return key;                                                                    \
-  }                                                                                \
-  static const std::string* StaticTypeKey() {                                      \
-    static const std::string* key = InternTypeName(type_name);                     \
-    return key;                                                                    \
-  }
+#define VELMORA_EVENT_TYPE(ClassName, TypeNameText)                \
+public:                                                            \
+    inline static const std::string type_name = TypeNameText;      \
+    inline static uint32_t type_id = 0;                            \
+    std::string GetTypeName() const override { return type_name; } \
+    uint32_t GetTypeId() const override {                          \
+        if (type_id == 0) type_id = NewTypeId();                   \
+        return type_id;                                            \
+    }                                                              \
+    const std::string* GetTypeKey() const override {               \
+        static const std::string* key = InternTypeName(type_name); \
+        return key;                                                \
+    }                                                              \
+    static const std::string* StaticTypeKey() {                    \
+        static const std::string* key = InternTypeName(type_name); \
+        return key;                                                \
+    }

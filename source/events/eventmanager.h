@@ -24,110 +24,108 @@
 class EventManager;
 
 class EventHandlerBase {
- public:
-  virtual ~EventHandlerBase() = default;
-  // Calls the owner's member function with the event; its result.
-  virtual bool Invoke(BaseEvent* event) = 0;
-  virtual std::string GetEventTypeName() const = 0;
-  virtual bool IsOwner(const void* entity) const = 0;
+public:
+    virtual ~EventHandlerBase() = default;
+    // Calls the owner's member function with the event; its result.
+    virtual bool Invoke(BaseEvent* event) = 0;
+    virtual std::string GetEventTypeName() const = 0;
+    virtual bool IsOwner(const void* entity) const = 0;
 
-  const std::string* type_key = nullptr;  // interned event_type_name, for dispatch
-  bool removed = false;                   // dropped during dispatch, freed after it
+    const std::string* type_key = nullptr;  // interned event_type_name, for dispatch
+    bool removed = false;                   // dropped during dispatch, freed after it
 };
 
 // One subscription of a receiving class to one event type. The owner is kept as its
 // Entity* (the pointer events carry as `target`) and as its own class for the call.
 template <class OwnerT, class EventT>
 class EventHandler : public EventHandlerBase {
- public:
-  typedef bool (OwnerT::*Method)(EventT*);
+public:
+    typedef bool (OwnerT::*Method)(EventT*);
 
-  EventHandler(OwnerT* handler_owner, Method handler_method)
-      : method(handler_method),
-        owner(handler_owner),
-        owner_entity(static_cast<Entity*>(handler_owner)),
-        event_type_name(EventT::type_name) {
-    type_key = InternTypeName(event_type_name);
-  }
+    EventHandler(OwnerT* handler_owner, Method handler_method)
+        : method(handler_method),
+          owner(handler_owner),
+          owner_entity(static_cast<Entity*>(handler_owner)),
+          event_type_name(EventT::type_name) {
+        type_key = InternTypeName(event_type_name);
+    }
 
-  bool Invoke(BaseEvent* event) override {
-    return (owner->*method)(static_cast<EventT*>(event));
-  }
-  std::string GetEventTypeName() const override { return event_type_name; }
-  bool IsOwner(const void* entity) const override {
-    return entity != nullptr && entity == static_cast<const void*>(owner_entity);
-  }
+    bool Invoke(BaseEvent* event) override { return (owner->*method)(static_cast<EventT*>(event)); }
+    std::string GetEventTypeName() const override { return event_type_name; }
+    bool IsOwner(const void* entity) const override {
+        return entity != nullptr && entity == static_cast<const void*>(owner_entity);
+    }
 
-  Method method;
-  OwnerT* owner;
-  Entity* owner_entity;
-  std::string event_type_name;  // copy of EventT::type_name taken at construction
+    Method method;
+    OwnerT* owner;
+    Entity* owner_entity;
+    std::string event_type_name;  // copy of EventT::type_name taken at construction
 };
 
 // Second base of every entity class that sends or receives events.
 class EventListener {
- public:
-  EventListener() = default;
-  // Drops every handler of this entity, when it was attached.
-  virtual ~EventListener();
+public:
+    EventListener() = default;
+    // Drops every handler of this entity, when it was attached.
+    virtual ~EventListener();
 
-  // Hands the event to the manager with `delay` seconds. Without a manager (never
-  // attached) the event is dropped: it is deleted here and never delivered.
-  void Post(BaseEvent* event, float delay = 0.0f);
-  // The same, addressed to `target` when it is not 0.
-  void PostTo(BaseEvent* event, Entity* target, float delay = 0.0f);
+    // Hands the event to the manager with `delay` seconds. Without a manager (never
+    // attached) the event is dropped: it is deleted here and never delivered.
+    void Post(BaseEvent* event, float delay = 0.0f);
+    // The same, addressed to `target` when it is not 0.
+    void PostTo(BaseEvent* event, Entity* target, float delay = 0.0f);
 
-  EventManager* event_manager = nullptr;  // not owned; 0 until bound
-  Entity* owner = nullptr;                // the entity itself; 0 until bound
+    EventManager* event_manager = nullptr;  // not owned; 0 until bound
+    Entity* owner = nullptr;                // the entity itself; 0 until bound
 };
 
 class EventManager {
- public:
-  EventManager();
-  virtual ~EventManager();
+public:
+    EventManager();
+    virtual ~EventManager();
 
-  EventManager(const EventManager&) = delete;
-  EventManager& operator=(const EventManager&) = delete;
+    EventManager(const EventManager&) = delete;
+    EventManager& operator=(const EventManager&) = delete;
 
-  // Subscribes `owner`'s `method` to EventT. Duplicates are allowed and called twice.
-  // Attaches the owner too.
-  template <class OwnerT, class EventT>
-  void AddHandler(OwnerT* owner, bool (OwnerT::*method)(EventT*)) {
-    AddHandler(new EventHandler<OwnerT, EventT>(owner, method));
-    Attach(owner);
-  }
-  // Takes ownership of a ready-made handler and appends it.
-  void AddHandler(EventHandlerBase* handler);
+    // Subscribes `owner`'s `method` to EventT. Duplicates are allowed and called twice.
+    // Attaches the owner too.
+    template <class OwnerT, class EventT>
+    void AddHandler(OwnerT* owner, bool (OwnerT::*method)(EventT*)) {
+        AddHandler(new EventHandler<OwnerT, EventT>(owner, method));
+        Attach(owner);
+    }
+    // Takes ownership of a ready-made handler and appends it.
+    void AddHandler(EventHandlerBase* handler);
 
-  // Sets the owner's listener fields, so that it can post without handlers.
-  template <class OwnerT>
-  void Attach(OwnerT* owner) {
-    AttachListener(static_cast<EventListener*>(owner), static_cast<Entity*>(owner));
-  }
-  void AttachListener(EventListener* listener, Entity* owner);
+    // Sets the owner's listener fields, so that it can post without handlers.
+    template <class OwnerT>
+    void Attach(OwnerT* owner) {
+        AttachListener(static_cast<EventListener*>(owner), static_cast<Entity*>(owner));
+    }
+    void AttachListener(EventListener* listener, Entity* owner);
 
-  // Removes every handler owned by `owner`, keeping the order of the rest.
-  void RemoveHandlers(const void* owner);
+    // Removes every handler owned by `owner`, keeping the order of the rest.
+    void RemoveHandlers(const void* owner);
 
-  // Queues the event (see the header comment). A null event is ignored.
-  void Post(BaseEvent* event, float delay = 0.0f);
+    // Queues the event (see the header comment). A null event is ignored.
+    void Post(BaseEvent* event, float delay = 0.0f);
 
-  // Delivers the round; false as soon as a handler returns false (the events of the
-  // round then stay queued, the program is leaving).
-  bool Update(float now);
+    // Delivers the round; false as soon as a handler returns false (the events of the
+    // round then stay queued, the program is leaving).
+    bool Update(float now);
 
-  float GetTime() const { return time; }
-  size_t HandlerCount() const { return handlers.size(); }
-  size_t NextCount() const { return next->size(); }
-  size_t DelayedCount() const { return delayed->size(); }
+    float GetTime() const { return time; }
+    size_t HandlerCount() const { return handlers.size(); }
+    size_t NextCount() const { return next->size(); }
+    size_t DelayedCount() const { return delayed->size(); }
 
-  std::vector<EventHandlerBase*> handlers;  // owned, registration order
-  float time = 0.0f;                        // time of the last Update
-  std::list<BaseEvent*>* current;           // owned: the round in progress
-  std::list<BaseEvent*>* next;              // owned: the next round
-  std::list<BaseEvent*>* delayed;           // owned: waiting for fire_time
+    std::vector<EventHandlerBase*> handlers;  // owned, registration order
+    float time = 0.0f;                        // time of the last Update
+    std::list<BaseEvent*>* current;           // owned: the round in progress
+    std::list<BaseEvent*>* next;              // owned: the next round
+    std::list<BaseEvent*>* delayed;           // owned: waiting for fire_time
 
- private:
-  bool dispatching = false;
-  std::vector<const std::string*> round_keys;  // type keys of `current`, per update
+private:
+    bool dispatching = false;
+    std::vector<const std::string*> round_keys;  // type keys of `current`, per update
 };

@@ -8,50 +8,50 @@
 #include <cstdint>
 
 enum : uint8_t {
-  SDL12_KEYDOWN = 2,
-  SDL12_KEYUP = 3,
-  SDL12_MOUSEMOTION = 4,
-  SDL12_MOUSEBUTTONDOWN = 5,
-  SDL12_MOUSEBUTTONUP = 6,
-  SDL12_QUIT = 12,
+    SDL12_KEYDOWN = 2,
+    SDL12_KEYUP = 3,
+    SDL12_MOUSEMOTION = 4,
+    SDL12_MOUSEBUTTONDOWN = 5,
+    SDL12_MOUSEBUTTONUP = 6,
+    SDL12_QUIT = 12,
 };
 
 struct Sdl12Keysym {
-  uint8_t scancode;
-  int32_t sym;     // SDL 1.2 key code
-  int32_t mod;
-  uint16_t unicode;
+    uint8_t scancode;
+    int32_t sym;  // SDL 1.2 key code
+    int32_t mod;
+    uint16_t unicode;
 };
 
 struct Sdl12KeyboardEvent {
-  uint8_t type;
-  uint8_t which;
-  uint8_t state;
-  Sdl12Keysym keysym;
+    uint8_t type;
+    uint8_t which;
+    uint8_t state;
+    Sdl12Keysym keysym;
 };
 
 struct Sdl12MouseMotionEvent {
-  uint8_t type;
-  uint8_t which;
-  uint8_t state;
-  uint16_t x, y;
-  int16_t xrel, yrel;
+    uint8_t type;
+    uint8_t which;
+    uint8_t state;
+    uint16_t x, y;
+    int16_t xrel, yrel;
 };
 
 struct Sdl12MouseButtonEvent {
-  uint8_t type;
-  uint8_t which;
-  uint8_t button;
-  uint8_t state;
-  uint16_t x, y;
+    uint8_t type;
+    uint8_t which;
+    uint8_t button;
+    uint8_t state;
+    uint16_t x, y;
 };
 
 union Sdl12Event {
-  uint8_t type;
-  Sdl12KeyboardEvent key;
-  Sdl12MouseMotionEvent motion;
-  Sdl12MouseButtonEvent button;
-  uint8_t bytes[20];
+    uint8_t type;
+    Sdl12KeyboardEvent key;
+    Sdl12MouseMotionEvent motion;
+    Sdl12MouseButtonEvent button;
+    uint8_t bytes[20];
 };
 
 static_assert(sizeof(Sdl12Event) == 20, "an SDL 1.2 event record is 20 bytes here");

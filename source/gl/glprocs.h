@@ -16,6 +16,8 @@
 #include <GL/gl.h>
 #include <GL/glext.h>
 
+// One line per function keeps the table readable, so the formatter leaves it alone.
+// clang-format off
 #define VELMORA_GL_PROCS(X) \
   /* multitexture */ \
   X(void, glActiveTextureARB, (GLenum texture), (texture)) \
@@ -113,6 +115,7 @@
   X(void, glDeleteRenderbuffers, (GLsizei n, const GLuint *renderbuffers), (n, renderbuffers)) \
   X(void, glRenderbufferStorage, (GLenum target, GLenum internalformat, GLsizei width, GLsizei height), (target, internalformat, width, height)) \
   X(void, glFramebufferRenderbuffer, (GLenum target, GLenum attachment, GLenum renderbuffertarget, GLuint renderbuffer), (target, attachment, renderbuffertarget, renderbuffer))
+// clang-format on
 
 // The plain GL names, each defined in glprocs.cpp as a call through its table entry.
 extern "C" {
@@ -124,9 +127,9 @@ VELMORA_GL_PROCS(VELMORA_GL_DECLARE)
 // One slot per function of VELMORA_GL_PROCS, in list order.
 enum GlProcId {
 #define VELMORA_GL_ID(ret, name, params, args) GL_PROC_##name,
-  VELMORA_GL_PROCS(VELMORA_GL_ID)
+    VELMORA_GL_PROCS(VELMORA_GL_ID)
 #undef VELMORA_GL_ID
-  GL_PROC_COUNT
+        GL_PROC_COUNT
 };
 
 // Where the stubs look a name up. The default is SDL_GL_GetProcAddress; tests swap it to

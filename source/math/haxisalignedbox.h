@@ -29,9 +29,17 @@ public:
     const HVector3& GetMinimum() const { return mMinimum; }
     const HVector3& GetMaximum() const { return mMaximum; }
 
-    void SetMinimum(const HVector3& v) { mNull = false; mMinimum = v; UpdateCorners(); }
+    void SetMinimum(const HVector3& v) {
+        mNull = false;
+        mMinimum = v;
+        UpdateCorners();
+    }
     void SetMinimum(float x, float y, float z) { SetMinimum(HVector3(x, y, z)); }
-    void SetMaximum(const HVector3& v) { mNull = false; mMaximum = v; UpdateCorners(); }
+    void SetMaximum(const HVector3& v) {
+        mNull = false;
+        mMaximum = v;
+        UpdateCorners();
+    }
     void SetMaximum(float x, float y, float z) { SetMaximum(HVector3(x, y, z)); }
     void SetExtents(const HVector3& min, const HVector3& max) {
         mNull = false;

@@ -68,7 +68,8 @@ bool HMath::PointInTri2D(float px, float py, float ax, float ay, float bx, float
 
 HIntersection Intersects(const HRay& ray, const HPlane& plane) {
     float fDenom = plane.normal.Dot(ray.direction);
-    if (std::fabs(fDenom) < std::numeric_limits<float>::epsilon()) return HIntersection(false, 0.0f);
+    if (std::fabs(fDenom) < std::numeric_limits<float>::epsilon())
+        return HIntersection(false, 0.0f);
     float fNom = plane.normal.Dot(ray.origin) + plane.d;
     float t = -(fNom / fDenom);
     return HIntersection(t >= 0.0f, t);

@@ -55,8 +55,8 @@ public:
 
     // True when the point lies on the same side of all three edges (a zero cross
     // product counts with the positive side).
-    static bool PointInTri2D(float px, float py, float ax, float ay, float bx, float by,
-                             float cx, float cy);
+    static bool PointInTri2D(float px, float py, float ax, float ay, float bx, float by, float cx,
+                             float cy);
 };
 
 // A test plus a distance along the ray. A miss has distance 0, except the plane test
@@ -74,5 +74,5 @@ bool Intersects(const HSphere& a, const HSphere& b);
 
 // Tangent of a triangle from its positions and texture coordinates, flipped with the
 // binormal so that tangent × binormal points along the face normal.
-HVector3 CalculateTangent(const HVector3& pa, const HVector3& pb, const HVector3& pc,
-                          float sa, float ta, float sb, float tb, float sc, float tc);
+HVector3 CalculateTangent(const HVector3& pa, const HVector3& pb, const HVector3& pc, float sa,
+                          float ta, float sb, float tb, float sc, float tc);

@@ -155,7 +155,9 @@ void HMatrix3::ToAxisAngle(HVector3& rkAxis, float& rfRadians) const {
 // Rotation by fAngle about axis 0, 1 or 2.
 static HMatrix3 AxisRotation(int iAxis, float fAngle) {
     HMatrix3 kRot;
-    kRot.FromAxisAngle(iAxis == 0 ? HVector3::UNIT_X : iAxis == 1 ? HVector3::UNIT_Y : HVector3::UNIT_Z,
+    kRot.FromAxisAngle(iAxis == 0   ? HVector3::UNIT_X
+                       : iAxis == 1 ? HVector3::UNIT_Y
+                                    : HVector3::UNIT_Z,
                        fAngle);
     return kRot;
 }
@@ -187,12 +189,24 @@ void HMatrix3::FromEulerAnglesYXZ(float a, float b, float c) { FromEuler(1, 0, 2
 void HMatrix3::FromEulerAnglesYZX(float a, float b, float c) { FromEuler(1, 2, 0, a, b, c); }
 void HMatrix3::FromEulerAnglesZXY(float a, float b, float c) { FromEuler(2, 0, 1, a, b, c); }
 void HMatrix3::FromEulerAnglesZYX(float a, float b, float c) { FromEuler(2, 1, 0, a, b, c); }
-bool HMatrix3::ToEulerAnglesXYZ(float& a, float& b, float& c) const { return ToEuler(0, 1, 2, a, b, c); }
-bool HMatrix3::ToEulerAnglesXZY(float& a, float& b, float& c) const { return ToEuler(0, 2, 1, a, b, c); }
-bool HMatrix3::ToEulerAnglesYXZ(float& a, float& b, float& c) const { return ToEuler(1, 0, 2, a, b, c); }
-bool HMatrix3::ToEulerAnglesYZX(float& a, float& b, float& c) const { return ToEuler(1, 2, 0, a, b, c); }
-bool HMatrix3::ToEulerAnglesZXY(float& a, float& b, float& c) const { return ToEuler(2, 0, 1, a, b, c); }
-bool HMatrix3::ToEulerAnglesZYX(float& a, float& b, float& c) const { return ToEuler(2, 1, 0, a, b, c); }
+bool HMatrix3::ToEulerAnglesXYZ(float& a, float& b, float& c) const {
+    return ToEuler(0, 1, 2, a, b, c);
+}
+bool HMatrix3::ToEulerAnglesXZY(float& a, float& b, float& c) const {
+    return ToEuler(0, 2, 1, a, b, c);
+}
+bool HMatrix3::ToEulerAnglesYXZ(float& a, float& b, float& c) const {
+    return ToEuler(1, 0, 2, a, b, c);
+}
+bool HMatrix3::ToEulerAnglesYZX(float& a, float& b, float& c) const {
+    return ToEuler(1, 2, 0, a, b, c);
+}
+bool HMatrix3::ToEulerAnglesZXY(float& a, float& b, float& c) const {
+    return ToEuler(2, 0, 1, a, b, c);
+}
+bool HMatrix3::ToEulerAnglesZYX(float& a, float& b, float& c) const {
+    return ToEuler(2, 1, 0, a, b, c);
+}
 
 void HMatrix3::Orthonormalise() {
     HVector3 c0 = GetColumn(0), c1 = GetColumn(1), c2 = GetColumn(2);

@@ -12,9 +12,9 @@ public:
 
     // The default is the identity.
     constexpr HMatrix3() = default;
-    constexpr HMatrix3(float fEntry00, float fEntry01, float fEntry02,
-                       float fEntry10, float fEntry11, float fEntry12,
-                       float fEntry20, float fEntry21, float fEntry22)
+    constexpr HMatrix3(float fEntry00, float fEntry01, float fEntry02, float fEntry10,
+                       float fEntry11, float fEntry12, float fEntry20, float fEntry21,
+                       float fEntry22)
         : m{{fEntry00, fEntry01, fEntry02},
             {fEntry10, fEntry11, fEntry12},
             {fEntry20, fEntry21, fEntry22}} {}
@@ -42,7 +42,9 @@ public:
     HMatrix3 operator*(const HMatrix3& rkMatrix) const;
     HMatrix3 operator-() const;
     HMatrix3 operator*(float fScalar) const;
-    friend HMatrix3 operator*(float fScalar, const HMatrix3& rkMatrix) { return rkMatrix * fScalar; }
+    friend HMatrix3 operator*(float fScalar, const HMatrix3& rkMatrix) {
+        return rkMatrix * fScalar;
+    }
     // Column vector: result[i] = row i · v.
     HVector3 operator*(const HVector3& rkVector) const;
     // Row vector: result[i] = v · column i.

@@ -115,6 +115,5 @@ HMatrix4 HMatrix4::GetReflectionMatrix(const HPlane& p) {
     const HVector3& n = p.normal;
     return HMatrix4(-2 * n.x * n.x + 1, -2 * n.x * n.y, -2 * n.x * n.z, -2 * n.x * p.d,
                     -2 * n.y * n.x, -2 * n.y * n.y + 1, -2 * n.y * n.z, -2 * n.y * p.d,
-                    -2 * n.z * n.x, -2 * n.z * n.y, -2 * n.z * n.z + 1, -2 * n.z * p.d,
-                    0, 0, 0, 1);
+                    -2 * n.z * n.x, -2 * n.z * n.y, -2 * n.z * n.z + 1, -2 * n.z * p.d, 0, 0, 0, 1);
 }

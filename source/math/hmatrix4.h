@@ -19,11 +19,13 @@ public:
 
     // The default is the identity.
     constexpr HMatrix4() = default;
-    constexpr HMatrix4(float m00, float m01, float m02, float m03,
-                       float m10, float m11, float m12, float m13,
-                       float m20, float m21, float m22, float m23,
-                       float m30, float m31, float m32, float m33)
-        : m{{m00, m01, m02, m03}, {m10, m11, m12, m13}, {m20, m21, m22, m23}, {m30, m31, m32, m33}} {}
+    constexpr HMatrix4(float m00, float m01, float m02, float m03, float m10, float m11, float m12,
+                       float m13, float m20, float m21, float m22, float m23, float m30, float m31,
+                       float m32, float m33)
+        : m{{m00, m01, m02, m03},
+            {m10, m11, m12, m13},
+            {m20, m21, m22, m23},
+            {m30, m31, m32, m33}} {}
     // The 3×3 becomes the linear part; no translation, last row (0, 0, 0, 1).
     explicit HMatrix4(const HMatrix3& m3);
 
@@ -50,10 +52,18 @@ public:
 
     HMatrix4 Transpose() const;
 
-    void SetTrans(const HVector3& v) { m[0][3] = v.x; m[1][3] = v.y; m[2][3] = v.z; }
+    void SetTrans(const HVector3& v) {
+        m[0][3] = v.x;
+        m[1][3] = v.y;
+        m[2][3] = v.z;
+    }
     HVector3 GetTrans() const { return HVector3(m[0][3], m[1][3], m[2][3]); }
     void MakeTrans(const HVector3& v);
-    void SetScale(const HVector3& v) { m[0][0] = v.x; m[1][1] = v.y; m[2][2] = v.z; }
+    void SetScale(const HVector3& v) {
+        m[0][0] = v.x;
+        m[1][1] = v.y;
+        m[2][2] = v.z;
+    }
     HMatrix3 Extract3x3() const;
 
     // Determinant of the 3×3 made of the given rows and columns.

@@ -127,8 +127,7 @@ HVector3 HQuaternion::zAxis() const {
 }
 
 HQuaternion HQuaternion::operator*(const HQuaternion& q) const {
-    return HQuaternion(w * q.w - x * q.x - y * q.y - z * q.z,
-                       w * q.x + x * q.w + y * q.z - z * q.y,
+    return HQuaternion(w * q.w - x * q.x - y * q.y - z * q.z, w * q.x + x * q.w + y * q.z - z * q.y,
                        w * q.y + y * q.w + z * q.x - x * q.z,
                        w * q.z + z * q.w + x * q.y - y * q.x);
 }

@@ -28,14 +28,22 @@ public:
     HVector3 yAxis() const;
     HVector3 zAxis() const;
 
-    HQuaternion operator+(const HQuaternion& q) const { return HQuaternion(w + q.w, x + q.x, y + q.y, z + q.z); }
-    HQuaternion operator-(const HQuaternion& q) const { return HQuaternion(w - q.w, x - q.x, y - q.y, z - q.z); }
+    HQuaternion operator+(const HQuaternion& q) const {
+        return HQuaternion(w + q.w, x + q.x, y + q.y, z + q.z);
+    }
+    HQuaternion operator-(const HQuaternion& q) const {
+        return HQuaternion(w - q.w, x - q.x, y - q.y, z - q.z);
+    }
     HQuaternion operator*(const HQuaternion& q) const;
-    HQuaternion operator*(float fScalar) const { return HQuaternion(fScalar * w, fScalar * x, fScalar * y, fScalar * z); }
+    HQuaternion operator*(float fScalar) const {
+        return HQuaternion(fScalar * w, fScalar * x, fScalar * y, fScalar * z);
+    }
     friend HQuaternion operator*(float fScalar, const HQuaternion& q) { return q * fScalar; }
     HQuaternion operator-() const { return HQuaternion(-w, -x, -y, -z); }
     // Exact, on all four components.
-    bool operator==(const HQuaternion& q) const { return w == q.w && x == q.x && y == q.y && z == q.z; }
+    bool operator==(const HQuaternion& q) const {
+        return w == q.w && x == q.x && y == q.y && z == q.z;
+    }
     bool operator!=(const HQuaternion& q) const { return !(*this == q); }
     // Rotates the vector.
     HVector3 operator*(const HVector3& v) const;

@@ -10,7 +10,8 @@ public:
 
     constexpr HVector2() = default;
     constexpr HVector2(float fX, float fY) : x(fX), y(fY) {}
-    explicit constexpr HVector2(const float afCoordinate[2]) : x(afCoordinate[0]), y(afCoordinate[1]) {}
+    explicit constexpr HVector2(const float afCoordinate[2])
+        : x(afCoordinate[0]), y(afCoordinate[1]) {}
     explicit constexpr HVector2(float fScalar) : x(fScalar), y(fScalar) {}
 
     float operator[](unsigned i) const {
@@ -44,14 +45,31 @@ public:
         return HVector2(fScalar * v.x, fScalar * v.y);
     }
 
-    HVector2& operator+=(const HVector2& v) { x += v.x; y += v.y; return *this; }
-    HVector2& operator-=(const HVector2& v) { x -= v.x; y -= v.y; return *this; }
-    HVector2& operator*=(const HVector2& v) { x *= v.x; y *= v.y; return *this; }
-    HVector2& operator*=(float fScalar) { x *= fScalar; y *= fScalar; return *this; }
+    HVector2& operator+=(const HVector2& v) {
+        x += v.x;
+        y += v.y;
+        return *this;
+    }
+    HVector2& operator-=(const HVector2& v) {
+        x -= v.x;
+        y -= v.y;
+        return *this;
+    }
+    HVector2& operator*=(const HVector2& v) {
+        x *= v.x;
+        y *= v.y;
+        return *this;
+    }
+    HVector2& operator*=(float fScalar) {
+        x *= fScalar;
+        y *= fScalar;
+        return *this;
+    }
     HVector2& operator/=(float fScalar) {
         assert(fScalar != 0.0f);
         float fInv = 1.0f / fScalar;
-        x *= fInv; y *= fInv;
+        x *= fInv;
+        y *= fInv;
         return *this;
     }
 
@@ -66,7 +84,8 @@ public:
         float fLength = Length();
         if (fLength > 1e-6f) {
             float fInv = 1.0f / fLength;
-            x *= fInv; y *= fInv;
+            x *= fInv;
+            y *= fInv;
         }
         return fLength;
     }

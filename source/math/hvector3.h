@@ -35,7 +35,9 @@ public:
     HVector3 operator+(const HVector3& v) const { return HVector3(x + v.x, y + v.y, z + v.z); }
     HVector3 operator-(const HVector3& v) const { return HVector3(x - v.x, y - v.y, z - v.z); }
     HVector3 operator*(const HVector3& v) const { return HVector3(x * v.x, y * v.y, z * v.z); }
-    HVector3 operator*(float fScalar) const { return HVector3(x * fScalar, y * fScalar, z * fScalar); }
+    HVector3 operator*(float fScalar) const {
+        return HVector3(x * fScalar, y * fScalar, z * fScalar);
+    }
     HVector3 operator/(float fScalar) const {
         assert(fScalar != 0.0);
         float fInv = 1.0f / fScalar;
@@ -47,14 +49,36 @@ public:
         return HVector3(fScalar * v.x, fScalar * v.y, fScalar * v.z);
     }
 
-    HVector3& operator+=(const HVector3& v) { x += v.x; y += v.y; z += v.z; return *this; }
-    HVector3& operator-=(const HVector3& v) { x -= v.x; y -= v.y; z -= v.z; return *this; }
-    HVector3& operator*=(const HVector3& v) { x *= v.x; y *= v.y; z *= v.z; return *this; }
-    HVector3& operator*=(float fScalar) { x *= fScalar; y *= fScalar; z *= fScalar; return *this; }
+    HVector3& operator+=(const HVector3& v) {
+        x += v.x;
+        y += v.y;
+        z += v.z;
+        return *this;
+    }
+    HVector3& operator-=(const HVector3& v) {
+        x -= v.x;
+        y -= v.y;
+        z -= v.z;
+        return *this;
+    }
+    HVector3& operator*=(const HVector3& v) {
+        x *= v.x;
+        y *= v.y;
+        z *= v.z;
+        return *this;
+    }
+    HVector3& operator*=(float fScalar) {
+        x *= fScalar;
+        y *= fScalar;
+        z *= fScalar;
+        return *this;
+    }
     HVector3& operator/=(float fScalar) {
         assert(fScalar != 0.0f);
         float fInv = 1.0f / fScalar;
-        x *= fInv; y *= fInv; z *= fInv;
+        x *= fInv;
+        y *= fInv;
+        z *= fInv;
         return *this;
     }
 
@@ -73,7 +97,9 @@ public:
         float fLength = Length();
         if (fLength > 1e-6f) {
             float fInv = 1.0f / fLength;
-            x *= fInv; y *= fInv; z *= fInv;
+            x *= fInv;
+            y *= fInv;
+            z *= fInv;
         }
         return fLength;
     }
@@ -98,9 +124,7 @@ public:
         if (v.z > z) z = v.z;
     }
     // Mirror about the plane with the given unit normal.
-    HVector3 Reflect(const HVector3& normal) const {
-        return *this - normal * (2.0f * Dot(normal));
-    }
+    HVector3 Reflect(const HVector3& normal) const { return *this - normal * (2.0f * Dot(normal)); }
 
     static const HVector3 ZERO;
     static const HVector3 UNIT_X;

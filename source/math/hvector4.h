@@ -27,12 +27,20 @@ public:
     float* Ptr() { return &x; }
     const float* Ptr() const { return &x; }
 
-    bool operator==(const HVector4& v) const { return x == v.x && y == v.y && z == v.z && w == v.w; }
+    bool operator==(const HVector4& v) const {
+        return x == v.x && y == v.y && z == v.z && w == v.w;
+    }
     bool operator!=(const HVector4& v) const { return !(*this == v); }
 
-    HVector4 operator+(const HVector4& v) const { return HVector4(x + v.x, y + v.y, z + v.z, w + v.w); }
-    HVector4 operator-(const HVector4& v) const { return HVector4(x - v.x, y - v.y, z - v.z, w - v.w); }
-    HVector4 operator*(float fScalar) const { return HVector4(x * fScalar, y * fScalar, z * fScalar, w * fScalar); }
+    HVector4 operator+(const HVector4& v) const {
+        return HVector4(x + v.x, y + v.y, z + v.z, w + v.w);
+    }
+    HVector4 operator-(const HVector4& v) const {
+        return HVector4(x - v.x, y - v.y, z - v.z, w - v.w);
+    }
+    HVector4 operator*(float fScalar) const {
+        return HVector4(x * fScalar, y * fScalar, z * fScalar, w * fScalar);
+    }
     HVector4 operator-() const { return HVector4(-x, -y, -z, -w); }
     friend HVector4 operator*(float fScalar, const HVector4& v) { return v * fScalar; }
     float Dot(const HVector4& v) const { return x * v.x + y * v.y + z * v.z + w * v.w; }

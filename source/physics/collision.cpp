@@ -46,8 +46,8 @@ PhysicsMatrix PhysicsMatrix::TimesTranspose(const PhysicsMatrix& b) const {
 // Each further projection below min replaces min, otherwise one above max replaces max.
 // Since min never exceeds max, both tests may run on every projection (so the compiler can
 // use min and max instructions instead of branches) with the same results, NaN included.
-static inline void IntervalOf(const HVector2* vertices, int count, const HVector2& axis,
-                              float& min, float& max) {
+static inline void IntervalOf(const HVector2* vertices, int count, const HVector2& axis, float& min,
+                              float& max) {
     if (count <= 0) {
         min = max = 0.0f;
         return;
@@ -63,7 +63,8 @@ static inline void IntervalOf(const HVector2* vertices, int count, const HVector
     max = mx;
 }
 
-void GetInterval(const HVector2* vertices, int count, const HVector2& axis, float& min, float& max) {
+void GetInterval(const HVector2* vertices, int count, const HVector2& axis, float& min,
+                 float& max) {
     IntervalOf(vertices, count, axis, min, max);
 }
 
@@ -107,7 +108,8 @@ bool IntervalIntersect(const HVector2* A, int countA, const HVector2* B, int cou
 // (minps(d, m) is d < m ? d : m), so the intervals are the same to the bit.
 static inline void IntervalsOf4(const HVector2* V, int count, __m128 AX, __m128 AY, float* mn,
                                 float* mx) {
-    __m128 lo = _mm_add_ps(_mm_mul_ps(_mm_set1_ps(V[0].x), AX), _mm_mul_ps(_mm_set1_ps(V[0].y), AY));
+    __m128 lo =
+        _mm_add_ps(_mm_mul_ps(_mm_set1_ps(V[0].x), AX), _mm_mul_ps(_mm_set1_ps(V[0].y), AY));
     __m128 hi = lo;
     for (int k = 1; k < count; k++) {
         const __m128 d =
@@ -192,7 +194,8 @@ bool PhysicsBody::FindCollision(const PhysicsBody& other, HVector2& N, float& t)
     const float tmax = t;
     if (PhysicsDot(xVel, xVel) > 1e-5f) xAxis[n++] = PhysicsPerp(xVel);
     if (nA > 1) {
-        for (int j = nA - 1, i = 0; i < nA; j = i, i++) xAxis[n++] = xOrient.Mul(PhysicsPerp(A[i] - A[j]));
+        for (int j = nA - 1, i = 0; i < nA; j = i, i++)
+            xAxis[n++] = xOrient.Mul(PhysicsPerp(A[i] - A[j]));
     }
     if (nB > 1) {
         for (int j = nB - 1, i = 0; i < nB; j = i, i++) xAxis[n++] = PhysicsPerp(B[i] - B[j]);
@@ -212,10 +215,10 @@ bool PhysicsBody::FindCollision(const PhysicsBody& other, HVector2& N, float& t)
         const HVector2 a0 = xOrient.MulT(b0), a1 = xOrient.MulT(b1);
         const HVector2 a2 = xOrient.MulT(b2), a3 = xOrient.MulT(b3);
         float min0[4], max0[4], min1[4], max1[4];
-        IntervalsOf4(A, nA, _mm_setr_ps(a0.x, a1.x, a2.x, a3.x), _mm_setr_ps(a0.y, a1.y, a2.y, a3.y),
-                     min0, max0);
-        IntervalsOf4(B, nB, _mm_setr_ps(b0.x, b1.x, b2.x, b3.x), _mm_setr_ps(b0.y, b1.y, b2.y, b3.y),
-                     min1, max1);
+        IntervalsOf4(A, nA, _mm_setr_ps(a0.x, a1.x, a2.x, a3.x),
+                     _mm_setr_ps(a0.y, a1.y, a2.y, a3.y), min0, max0);
+        IntervalsOf4(B, nB, _mm_setr_ps(b0.x, b1.x, b2.x, b3.x),
+                     _mm_setr_ps(b0.y, b1.y, b2.y, b3.y), min1, max1);
         for (int k = 0; k < 4 && g + k < n; k++) {
             if (!IntervalDecide(min0[k], max0[k], min1[k], max1[k], xAxis[g + k], xOffset, xVel,
                                 taxis[g + k], tmax))

@@ -51,8 +51,8 @@ bool TestCharacterCharacter(PhysicsObject* a, PhysicsObject* b, float dt, HVecto
     return ca->body.Collide(cb->body, dt);
 }
 
-bool TestCharacterRay(PhysicsObject* a, PhysicsObject* b, float, HVector2& point,
-                      HVector2& normal, float& distance) {
+bool TestCharacterRay(PhysicsObject* a, PhysicsObject* b, float, HVector2& point, HVector2& normal,
+                      float& distance) {
     auto* ca = static_cast<PhysicsCharacter*>(a);
     auto* rb = static_cast<PhysicsRayCast*>(b);
     if (!RayNearCircle(ca->boundingCircle, rb->origin, rb->direction)) return false;
@@ -190,12 +190,14 @@ static int MayHit4(const float* cx, const float* cy, const float* cr, const floa
     const __m128 k2 = _mm_add_ps(_mm_mul_ps(kx, kx), _mm_mul_ps(ky, ky));
     const __m128 side = _mm_sub_ps(_mm_mul_ps(ky, DX), _mm_mul_ps(kx, DY));
     const __m128 dd = _mm_add_ps(_mm_mul_ps(DX, DX), _mm_mul_ps(DY, DY));
-    const __m128 spread = _mm_add_ps(_mm_add_ps(_mm_add_ps(_mm_set1_ps(1.0f), CR), _mm_and_ps(kx, absMask)),
-                                     _mm_and_ps(ky, absMask));
+    const __m128 spread =
+        _mm_add_ps(_mm_add_ps(_mm_add_ps(_mm_set1_ps(1.0f), CR), _mm_and_ps(kx, absMask)),
+                   _mm_and_ps(ky, absMask));
     const __m128 wide = _mm_add_ps(CR, _mm_mul_ps(_mm_set1_ps(1e-3f), spread));
     const __m128 behind = _mm_cmpngt_ps(along, _mm_setzero_ps());
     const __m128 nearOrigin = _mm_cmpngt_ps(k2, _mm_mul_ps(CR, CR));
-    const __m128 nearLine = _mm_cmpngt_ps(_mm_mul_ps(side, side), _mm_mul_ps(_mm_mul_ps(wide, wide), dd));
+    const __m128 nearLine =
+        _mm_cmpngt_ps(_mm_mul_ps(side, side), _mm_mul_ps(_mm_mul_ps(wide, wide), dd));
     const __m128 pass = _mm_or_ps(_mm_and_ps(behind, nearOrigin), _mm_andnot_ps(behind, nearLine));
     return _mm_movemask_ps(pass);
 }
@@ -221,9 +223,18 @@ void CollisionManager::Step(float dt, float time) {
     bool otherKinds = false;
     scratch.clear();
     for (PhysicsObject* obj : objects) {
-        StepEntry e{obj, nullptr, obj->GetTypeId(), 3, obj->disabled, obj->entity, 0.0f,
-                    obj->boundingCircle.centre.x, obj->boundingCircle.centre.y,
-                    obj->boundingCircle.radius, 0.0f, 0.0f};
+        StepEntry e{obj,
+                    nullptr,
+                    obj->GetTypeId(),
+                    3,
+                    obj->disabled,
+                    obj->entity,
+                    0.0f,
+                    obj->boundingCircle.centre.x,
+                    obj->boundingCircle.centre.y,
+                    obj->boundingCircle.radius,
+                    0.0f,
+                    0.0f};
         if (e.typeId == charId) {
             e.kind = 0;
             e.body = &static_cast<PhysicsCharacter*>(obj)->body;
@@ -274,12 +285,15 @@ void CollisionManager::Step(float dt, float time) {
     CollisionHandler* kindHandler[3][3];
     bool kindSwapped[3][3];
     for (int a = 0; a < 3; a++)
-        for (int b = 0; b < 3; b++) kindHandler[a][b] = lookup(kindIds[a], kindIds[b], kindSwapped[a][b]);
+        for (int b = 0; b < 3; b++)
+            kindHandler[a][b] = lookup(kindIds[a], kindIds[b], kindSwapped[a][b]);
 
     // Which cheap test may go ahead of a pair's handler: 1 for the two polygon handlers on
     // two bodies, 2 for the two ray handlers on a body and a ray, 0 for anything else.
-    CollisionHandler* const polyHandlers[2] = {FindHandler(charId, staticId), FindHandler(charId, charId)};
-    CollisionHandler* const rayHandlers[2] = {FindHandler(charId, rayId), FindHandler(staticId, rayId)};
+    CollisionHandler* const polyHandlers[2] = {FindHandler(charId, staticId),
+                                               FindHandler(charId, charId)};
+    CollisionHandler* const rayHandlers[2] = {FindHandler(charId, rayId),
+                                              FindHandler(staticId, rayId)};
     auto kindPreTest = [&](CollisionHandler* h, const StepEntry& a, const StepEntry& b) {
         if (a.body && b.body && (h == polyHandlers[0] || h == polyHandlers[1])) return 1;
         if (((a.kind == 2 && b.body) || (b.kind == 2 && a.body)) &&
@@ -339,7 +353,8 @@ void CollisionManager::Step(float dt, float time) {
         fastRays = false;
     rayIndex.clear();
     bodyIndex.clear();
-    for (std::vector<float>* v : {&rayOx, &rayOy, &rayDx, &rayDy, &bodyCx, &bodyCy, &bodyCr}) v->clear();
+    for (std::vector<float>* v : {&rayOx, &rayOy, &rayDx, &rayDy, &bodyCx, &bodyCy, &bodyCr})
+        v->clear();
     charIndex.clear();
     for (size_t k = 0; k < count; k++) {
         if (scratch[k].disabled) continue;
@@ -416,8 +431,9 @@ void CollisionManager::Step(float dt, float time) {
             if (ei.kind == 2) {
                 size_t k = bodyCursor;
                 for (; k + 4 <= bodyIndex.size(); k += 4) {
-                    int bits = MayHit4(&bodyCx[k], &bodyCy[k], &bodyCr[k], nullptr, nullptr, nullptr,
-                                       nullptr, ei.cx, ei.cy, ei.cr, ei.cx, ei.cy, ei.dx, ei.dy);
+                    int bits =
+                        MayHit4(&bodyCx[k], &bodyCy[k], &bodyCr[k], nullptr, nullptr, nullptr,
+                                nullptr, ei.cx, ei.cy, ei.cr, ei.cx, ei.cy, ei.dx, ei.dy);
                     for (int lane = 0; lane < 4; lane++)
                         if (bits & (1 << lane)) candidates.push_back(bodyIndex[k + lane]);
                 }
@@ -429,8 +445,8 @@ void CollisionManager::Step(float dt, float time) {
             }
             size_t k = rayCursor;
             for (; k + 4 <= rayIndex.size(); k += 4) {
-                int bits = MayHit4(nullptr, nullptr, nullptr, &rayOx[k], &rayOy[k], &rayDx[k], &rayDy[k],
-                                   ei.cx, ei.cy, ei.cr, 0.0f, 0.0f, 0.0f, 0.0f);
+                int bits = MayHit4(nullptr, nullptr, nullptr, &rayOx[k], &rayOy[k], &rayDx[k],
+                                   &rayDy[k], ei.cx, ei.cy, ei.cr, 0.0f, 0.0f, 0.0f, 0.0f);
                 for (int lane = 0; lane < 4; lane++)
                     if (bits & (1 << lane)) candidates.push_back(rayIndex[k + lane]);
             }
@@ -439,8 +455,10 @@ void CollisionManager::Step(float dt, float time) {
                     candidates.push_back(rayIndex[k]);
             // Merged with the polygon partners: all bodies after a character, the
             // characters after a static body.
-            const uint32_t* bodies = ei.kind == 0 ? bodyIndex.data() + bodyCursor : charIndex.data() + charCursor;
-            const size_t nb = ei.kind == 0 ? bodyIndex.size() - bodyCursor : charIndex.size() - charCursor;
+            const uint32_t* bodies =
+                ei.kind == 0 ? bodyIndex.data() + bodyCursor : charIndex.data() + charCursor;
+            const size_t nb =
+                ei.kind == 0 ? bodyIndex.size() - bodyCursor : charIndex.size() - charCursor;
             size_t b = 0, c = 0;
             while (b < nb || c < candidates.size()) {
                 if (c >= candidates.size() || (b < nb && bodies[b] < candidates[c])) {

@@ -87,8 +87,8 @@ bool TestCharacterCharacter(PhysicsObject* a, PhysicsObject* b, float dt, HVecto
                             HVector2& normal, float& distance);
 bool TestCharacterRay(PhysicsObject* a, PhysicsObject* b, float dt, HVector2& point,
                       HVector2& normal, float& distance);
-bool TestStaticRay(PhysicsObject* a, PhysicsObject* b, float dt, HVector2& point,
-                   HVector2& normal, float& distance);
+bool TestStaticRay(PhysicsObject* a, PhysicsObject* b, float dt, HVector2& point, HVector2& normal,
+                   float& distance);
 
 class CollisionManager {
 public:
@@ -100,7 +100,8 @@ public:
     template <class A, class B>
     void RegisterHandler(CollisionHandler::TestFn fn) {
         handlerArray.push_back(new PhysicsPairHandler<A, B>(fn));
-        handlerMap.insert({{A::StaticTypeId(), B::StaticTypeId()}, new PhysicsPairHandler<A, B>(fn)});
+        handlerMap.insert(
+            {{A::StaticTypeId(), B::StaticTypeId()}, new PhysicsPairHandler<A, B>(fn)});
     }
 
     void SetEventManager(EventManager* events) { eventManager = events; }
@@ -132,8 +133,8 @@ public:
 
     PhysicsTreeNode* tree = nullptr;  // owned
     float lastUpdateTime = 0.0f;
-    EventManager* eventManager = nullptr;  // not owned
-    std::list<PhysicsObject*> objects;     // not owned, in order of insertion
+    EventManager* eventManager = nullptr;         // not owned
+    std::list<PhysicsObject*> objects;            // not owned, in order of insertion
     std::vector<CollisionHandler*> handlerArray;  // owned
     std::multimap<std::pair<int, int>, CollisionHandler*, PairHashLess> handlerMap;  // owned
 
@@ -148,13 +149,13 @@ private:
         PhysicsObject* obj;
         PhysicsBody* body;  // 0 for a ray
         int typeId;
-        int kind;           // 0 character, 1 static geometry, 2 ray, 3 anything else
+        int kind;  // 0 character, 1 static geometry, 2 ray, 3 anything else
         bool disabled;
         Entity* entity;
-        float reach;        // greatest vertex distance from the body's position
+        float reach;  // greatest vertex distance from the body's position
         // Fixed during the loop: a body's bounding circle, or a ray's origin and direction.
-        float cx, cy, cr;   // circle centre and radius; a ray: its origin
-        float dx, dy;       // a ray's direction
+        float cx, cy, cr;  // circle centre and radius; a ray: its origin
+        float dx, dy;      // a ray's direction
     };
     struct HandlerCacheEntry {
         int first, second;

@@ -66,13 +66,15 @@ void DrawBody(const PhysicsBody& body, uint32_t outline, uint32_t fill) {
 void PhysicsCharacter::DebugDraw() {
     glEnable(GL_BLEND);
     glBlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
-    DrawBody(body, PhysicsPackColour(1.0f, 1.0f, 1.0f, 1.0f), PhysicsPackColour(1.0f, 1.0f, 0.0f, 0.5f));
+    DrawBody(body, PhysicsPackColour(1.0f, 1.0f, 1.0f, 1.0f),
+             PhysicsPackColour(1.0f, 1.0f, 0.0f, 0.5f));
 }
 
 void PhysicsStaticGeometry::DebugDraw() {
     glEnable(GL_BLEND);
     glBlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
-    DrawBody(body, PhysicsPackColour(1.0f, 1.0f, 1.0f, 1.0f), PhysicsPackColour(0.3f, 0.3f, 1.0f, 0.3f));
+    DrawBody(body, PhysicsPackColour(1.0f, 1.0f, 1.0f, 1.0f),
+             PhysicsPackColour(0.3f, 0.3f, 1.0f, 0.3f));
 }
 
 void PhysicsRayCast::DebugDraw() {

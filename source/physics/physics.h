@@ -93,9 +93,13 @@ struct PhysicsMatrix {
     float m[4] = {1.0f, 0.0f, 0.0f, 1.0f};
     static PhysicsMatrix FromDegrees(float degrees);
     // M·v: forward rotation.
-    HVector2 Mul(const HVector2& v) const { return HVector2(m[0] * v.x + m[1] * v.y, m[2] * v.x + m[3] * v.y); }
+    HVector2 Mul(const HVector2& v) const {
+        return HVector2(m[0] * v.x + m[1] * v.y, m[2] * v.x + m[3] * v.y);
+    }
     // v·M: inverse rotation.
-    HVector2 MulT(const HVector2& v) const { return HVector2(v.x * m[0] + v.y * m[2], v.x * m[1] + v.y * m[3]); }
+    HVector2 MulT(const HVector2& v) const {
+        return HVector2(v.x * m[0] + v.y * m[2], v.x * m[1] + v.y * m[3]);
+    }
     // A·Bᵀ.
     PhysicsMatrix TimesTranspose(const PhysicsMatrix& b) const;
 };
@@ -123,8 +127,8 @@ public:
     // Collision tests (physics/collision.cpp).
     bool Collide(PhysicsBody& other, float dt);
     bool FindCollision(const PhysicsBody& other, HVector2& N, float& t) const;
-    bool FindContacts(const PhysicsBody& other, HVector2 N, float t, HVector2* CA,
-                      HVector2* CB, int& Cnum) const;
+    bool FindContacts(const PhysicsBody& other, HVector2 N, float t, HVector2* CA, HVector2* CB,
+                      int& Cnum) const;
     void ResolveOverlap(HVector2 C0, HVector2 C1, PhysicsBody& other);
     bool RayTest(HVector2 origin, HVector2 direction, HVector2& point, HVector2& normal,
                  float& distance) const;

@@ -10,14 +10,16 @@
 namespace {
 
 int32_t ReadI32(const uint8_t* p) {
-    uint32_t v = uint32_t(p[0]) | (uint32_t(p[1]) << 8) | (uint32_t(p[2]) << 16) | (uint32_t(p[3]) << 24);
+    uint32_t v =
+        uint32_t(p[0]) | (uint32_t(p[1]) << 8) | (uint32_t(p[2]) << 16) | (uint32_t(p[3]) << 24);
     int32_t s;
     std::memcpy(&s, &v, 4);
     return s;
 }
 
 float ReadF32(const uint8_t* p) {
-    uint32_t v = uint32_t(p[0]) | (uint32_t(p[1]) << 8) | (uint32_t(p[2]) << 16) | (uint32_t(p[3]) << 24);
+    uint32_t v =
+        uint32_t(p[0]) | (uint32_t(p[1]) << 8) | (uint32_t(p[2]) << 16) | (uint32_t(p[3]) << 24);
     float f;
     std::memcpy(&f, &v, 4);
     return f;
@@ -98,7 +100,7 @@ bool GLFont::Parse(const uint8_t* bytes, size_t size, const std::string& name,
     if (!table) return false;
     const uint8_t* p = bytes + 24;
     for (uint64_t i = 0; i < count; i++, p += 24) {
-        table[i] = GLFontChar{ReadF32(p), ReadF32(p + 4), ReadF32(p + 8),
+        table[i] = GLFontChar{ReadF32(p),      ReadF32(p + 4),  ReadF32(p + 8),
                               ReadF32(p + 12), ReadF32(p + 16), ReadF32(p + 20)};
     }
     tex_width = w;

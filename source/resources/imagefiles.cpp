@@ -167,7 +167,8 @@ TgaImage* ParseTGA(const uint8_t* bytes, size_t size, const std::string& name) {
             uint64_t count = packet < 128 ? uint64_t(packet) + 1 : uint64_t(packet) - 127;
             bool raw = packet < 128;
             if (!raw) in.Read(pixel, size_t(bpp));
-            for (uint64_t k = 0; k < count && done < pixel_count; k++) {  // a run stops at the image end
+            for (uint64_t k = 0; k < count && done < pixel_count;
+                 k++) {  // a run stops at the image end
                 if (raw) in.Read(pixel, size_t(bpp));
                 const uint8_t rgba[4] = {pixel[2], pixel[1], pixel[0], pixel[3]};
                 size_t channels = bits == 32 ? 4 : 3;

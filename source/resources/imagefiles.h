@@ -9,7 +9,8 @@
 #include <string>
 #include <vector>
 
-// GL internal formats of the three accepted block codes (values of GL_EXT_texture_compression_s3tc).
+// GL internal formats of the three accepted block codes (values of
+// GL_EXT_texture_compression_s3tc).
 constexpr uint32_t DDS_FORMAT_DXT1 = 0x83F1;  // GL_COMPRESSED_RGBA_S3TC_DXT1_EXT
 constexpr uint32_t DDS_FORMAT_DXT3 = 0x83F2;  // GL_COMPRESSED_RGBA_S3TC_DXT3_EXT
 constexpr uint32_t DDS_FORMAT_DXT5 = 0x83F3;  // GL_COMPRESSED_RGBA_S3TC_DXT5_EXT
@@ -28,9 +29,9 @@ struct DdsImage {
     uint32_t block_bytes = 0;  // 8 or 16
     uint32_t width = 0;
     uint32_t height = 0;
-    uint32_t levels = 0;       // mipmap count, 0 read as 1
-    std::vector<DdsLevel> chain;  // one entry per level, largest first
-    size_t total = 0;             // bytes of block data of the whole chain
+    uint32_t levels = 0;            // mipmap count, 0 read as 1
+    std::vector<DdsLevel> chain;    // one entry per level, largest first
+    size_t total = 0;               // bytes of block data of the whole chain
     const uint8_t* data = nullptr;  // points into the parsed buffer, at offset 128
 };
 

@@ -40,22 +40,38 @@ void Transpose(float* m) {
 // General inverse by cofactors; a singular matrix is left as it is.
 void Invert(float* m) {
     float inv[16];
-    inv[0] = m[5] * m[10] * m[15] - m[5] * m[11] * m[14] - m[9] * m[6] * m[15] + m[9] * m[7] * m[14] + m[13] * m[6] * m[11] - m[13] * m[7] * m[10];
-    inv[4] = -m[4] * m[10] * m[15] + m[4] * m[11] * m[14] + m[8] * m[6] * m[15] - m[8] * m[7] * m[14] - m[12] * m[6] * m[11] + m[12] * m[7] * m[10];
-    inv[8] = m[4] * m[9] * m[15] - m[4] * m[11] * m[13] - m[8] * m[5] * m[15] + m[8] * m[7] * m[13] + m[12] * m[5] * m[11] - m[12] * m[7] * m[9];
-    inv[12] = -m[4] * m[9] * m[14] + m[4] * m[10] * m[13] + m[8] * m[5] * m[14] - m[8] * m[6] * m[13] - m[12] * m[5] * m[10] + m[12] * m[6] * m[9];
-    inv[1] = -m[1] * m[10] * m[15] + m[1] * m[11] * m[14] + m[9] * m[2] * m[15] - m[9] * m[3] * m[14] - m[13] * m[2] * m[11] + m[13] * m[3] * m[10];
-    inv[5] = m[0] * m[10] * m[15] - m[0] * m[11] * m[14] - m[8] * m[2] * m[15] + m[8] * m[3] * m[14] + m[12] * m[2] * m[11] - m[12] * m[3] * m[10];
-    inv[9] = -m[0] * m[9] * m[15] + m[0] * m[11] * m[13] + m[8] * m[1] * m[15] - m[8] * m[3] * m[13] - m[12] * m[1] * m[11] + m[12] * m[3] * m[9];
-    inv[13] = m[0] * m[9] * m[14] - m[0] * m[10] * m[13] - m[8] * m[1] * m[14] + m[8] * m[2] * m[13] + m[12] * m[1] * m[10] - m[12] * m[2] * m[9];
-    inv[2] = m[1] * m[6] * m[15] - m[1] * m[7] * m[14] - m[5] * m[2] * m[15] + m[5] * m[3] * m[14] + m[13] * m[2] * m[7] - m[13] * m[3] * m[6];
-    inv[6] = -m[0] * m[6] * m[15] + m[0] * m[7] * m[14] + m[4] * m[2] * m[15] - m[4] * m[3] * m[14] - m[12] * m[2] * m[7] + m[12] * m[3] * m[6];
-    inv[10] = m[0] * m[5] * m[15] - m[0] * m[7] * m[13] - m[4] * m[1] * m[15] + m[4] * m[3] * m[13] + m[12] * m[1] * m[7] - m[12] * m[3] * m[5];
-    inv[14] = -m[0] * m[5] * m[14] + m[0] * m[6] * m[13] + m[4] * m[1] * m[14] - m[4] * m[2] * m[13] - m[12] * m[1] * m[6] + m[12] * m[2] * m[5];
-    inv[3] = -m[1] * m[6] * m[11] + m[1] * m[7] * m[10] + m[5] * m[2] * m[11] - m[5] * m[3] * m[10] - m[9] * m[2] * m[7] + m[9] * m[3] * m[6];
-    inv[7] = m[0] * m[6] * m[11] - m[0] * m[7] * m[10] - m[4] * m[2] * m[11] + m[4] * m[3] * m[10] + m[8] * m[2] * m[7] - m[8] * m[3] * m[6];
-    inv[11] = -m[0] * m[5] * m[11] + m[0] * m[7] * m[9] + m[4] * m[1] * m[11] - m[4] * m[3] * m[9] - m[8] * m[1] * m[7] + m[8] * m[3] * m[5];
-    inv[15] = m[0] * m[5] * m[10] - m[0] * m[6] * m[9] - m[4] * m[1] * m[10] + m[4] * m[2] * m[9] + m[8] * m[1] * m[6] - m[8] * m[2] * m[5];
+    inv[0] = m[5] * m[10] * m[15] - m[5] * m[11] * m[14] - m[9] * m[6] * m[15] +
+             m[9] * m[7] * m[14] + m[13] * m[6] * m[11] - m[13] * m[7] * m[10];
+    inv[4] = -m[4] * m[10] * m[15] + m[4] * m[11] * m[14] + m[8] * m[6] * m[15] -
+             m[8] * m[7] * m[14] - m[12] * m[6] * m[11] + m[12] * m[7] * m[10];
+    inv[8] = m[4] * m[9] * m[15] - m[4] * m[11] * m[13] - m[8] * m[5] * m[15] +
+             m[8] * m[7] * m[13] + m[12] * m[5] * m[11] - m[12] * m[7] * m[9];
+    inv[12] = -m[4] * m[9] * m[14] + m[4] * m[10] * m[13] + m[8] * m[5] * m[14] -
+              m[8] * m[6] * m[13] - m[12] * m[5] * m[10] + m[12] * m[6] * m[9];
+    inv[1] = -m[1] * m[10] * m[15] + m[1] * m[11] * m[14] + m[9] * m[2] * m[15] -
+             m[9] * m[3] * m[14] - m[13] * m[2] * m[11] + m[13] * m[3] * m[10];
+    inv[5] = m[0] * m[10] * m[15] - m[0] * m[11] * m[14] - m[8] * m[2] * m[15] +
+             m[8] * m[3] * m[14] + m[12] * m[2] * m[11] - m[12] * m[3] * m[10];
+    inv[9] = -m[0] * m[9] * m[15] + m[0] * m[11] * m[13] + m[8] * m[1] * m[15] -
+             m[8] * m[3] * m[13] - m[12] * m[1] * m[11] + m[12] * m[3] * m[9];
+    inv[13] = m[0] * m[9] * m[14] - m[0] * m[10] * m[13] - m[8] * m[1] * m[14] +
+              m[8] * m[2] * m[13] + m[12] * m[1] * m[10] - m[12] * m[2] * m[9];
+    inv[2] = m[1] * m[6] * m[15] - m[1] * m[7] * m[14] - m[5] * m[2] * m[15] + m[5] * m[3] * m[14] +
+             m[13] * m[2] * m[7] - m[13] * m[3] * m[6];
+    inv[6] = -m[0] * m[6] * m[15] + m[0] * m[7] * m[14] + m[4] * m[2] * m[15] -
+             m[4] * m[3] * m[14] - m[12] * m[2] * m[7] + m[12] * m[3] * m[6];
+    inv[10] = m[0] * m[5] * m[15] - m[0] * m[7] * m[13] - m[4] * m[1] * m[15] +
+              m[4] * m[3] * m[13] + m[12] * m[1] * m[7] - m[12] * m[3] * m[5];
+    inv[14] = -m[0] * m[5] * m[14] + m[0] * m[6] * m[13] + m[4] * m[1] * m[14] -
+              m[4] * m[2] * m[13] - m[12] * m[1] * m[6] + m[12] * m[2] * m[5];
+    inv[3] = -m[1] * m[6] * m[11] + m[1] * m[7] * m[10] + m[5] * m[2] * m[11] -
+             m[5] * m[3] * m[10] - m[9] * m[2] * m[7] + m[9] * m[3] * m[6];
+    inv[7] = m[0] * m[6] * m[11] - m[0] * m[7] * m[10] - m[4] * m[2] * m[11] + m[4] * m[3] * m[10] +
+             m[8] * m[2] * m[7] - m[8] * m[3] * m[6];
+    inv[11] = -m[0] * m[5] * m[11] + m[0] * m[7] * m[9] + m[4] * m[1] * m[11] - m[4] * m[3] * m[9] -
+              m[8] * m[1] * m[7] + m[8] * m[3] * m[5];
+    inv[15] = m[0] * m[5] * m[10] - m[0] * m[6] * m[9] - m[4] * m[1] * m[10] + m[4] * m[2] * m[9] +
+              m[8] * m[1] * m[6] - m[8] * m[2] * m[5];
     float det = m[0] * inv[0] + m[1] * inv[4] + m[2] * inv[8] + m[3] * inv[12];
     if (det == 0.0f) return;
     for (int i = 0; i < 16; i++) m[i] = inv[i] / det;
@@ -67,7 +83,8 @@ std::string ShaderLog(uint32_t object, bool is_program) {
         glGetProgramiv(object, GL_INFO_LOG_LENGTH, &length);
     else
         glGetShaderiv(object, GL_INFO_LOG_LENGTH, &length);
-    if (length <= 1) return is_program ? "The program could not be linked." : "The compile returned an error.";
+    if (length <= 1)
+        return is_program ? "The program could not be linked." : "The compile returned an error.";
     std::string log(size_t(length), '\0');
     GLsizei written = 0;
     if (is_program)
@@ -125,7 +142,8 @@ struct ShaderState {
         if (v && f) {
             auto key = std::make_pair(v, f);
             auto it = pairs.find(key);
-            if (it == pairs.end()) it = pairs.emplace(key, LinkProgram({v->shader, f->shader})).first;
+            if (it == pairs.end())
+                it = pairs.emplace(key, LinkProgram({v->shader, f->shader})).first;
             want = it->second;
         } else if (v) {
             want = v->program;
@@ -227,7 +245,8 @@ std::string WrapShaderSource(const std::string& text, bool vertex) {
     bool has_version = first != std::string::npos && text.compare(first, 8, "#version") == 0;
     std::string out = has_version ? "" : "#version 120\n#line 1\n";
     out += text;
-    out += vertex ? "\nvoid main() { vertex_program(); }\n" : "\nvoid main() { fragment_program(); }\n";
+    out += vertex ? "\nvoid main() { vertex_program(); }\n"
+                  : "\nvoid main() { fragment_program(); }\n";
     return out;
 }
 
@@ -263,8 +282,10 @@ bool ShaderProgram::LoadSource(const std::string& text) {
     glCompileShader(shader);
     GLint compiled = 0;
     glGetShaderiv(shader, GL_COMPILE_STATUS, &compiled);
-    if (compiled) program = LinkProgram({shader});
-    else RaiseError(ShaderLog(shader, false));
+    if (compiled)
+        program = LinkProgram({shader});
+    else
+        RaiseError(ShaderLog(shader, false));
     if (!program) {
         std::cout << "Failed to load Cg program: " << program << std::endl;
         glDeleteShader(shader);
@@ -286,17 +307,23 @@ void ShaderProgram::Bind() {
 
 void ShaderProgram::EnableProfile(ShaderProfile profile) {
     ShaderState& state = State();
-    if (profile == SHADER_PROFILE_VERTEX) state.vertex_enabled = true;
-    else if (profile == SHADER_PROFILE_FRAGMENT) state.fragment_enabled = true;
-    else return RaiseError("Invalid profile.");
+    if (profile == SHADER_PROFILE_VERTEX)
+        state.vertex_enabled = true;
+    else if (profile == SHADER_PROFILE_FRAGMENT)
+        state.fragment_enabled = true;
+    else
+        return RaiseError("Invalid profile.");
     if (cg_context) state.Update();
 }
 
 void ShaderProgram::DisableProfile(ShaderProfile profile) {
     ShaderState& state = State();
-    if (profile == SHADER_PROFILE_VERTEX) state.vertex_enabled = false;
-    else if (profile == SHADER_PROFILE_FRAGMENT) state.fragment_enabled = false;
-    else return RaiseError("Invalid profile.");
+    if (profile == SHADER_PROFILE_VERTEX)
+        state.vertex_enabled = false;
+    else if (profile == SHADER_PROFILE_FRAGMENT)
+        state.fragment_enabled = false;
+    else
+        return RaiseError("Invalid profile.");
     if (cg_context) state.Update();
 }
 
@@ -321,19 +348,21 @@ void ShaderProgram::Apply(uint32_t gl_program, const std::string& name, const Pa
     if (loc < 0) return;
     int count = p.components > 0 ? int(p.values.size()) / p.components : 0;
     switch (p.kind) {
-    case Parameter::FLOATS:
-        if (count <= 0) return;
-        if (p.components == 3) glUniform3fv(loc, count, p.values.data());
-        else glUniform4fv(loc, count, p.values.data());
-        break;
-    case Parameter::MATRIX:
-        glUniformMatrix4fv(loc, 1, GL_FALSE, p.values.data());
-        break;
-    case Parameter::SAMPLER:
-        glUniform1i(loc, p.unit);
-        break;
-    case Parameter::NONE:
-        break;
+        case Parameter::FLOATS:
+            if (count <= 0) return;
+            if (p.components == 3)
+                glUniform3fv(loc, count, p.values.data());
+            else
+                glUniform4fv(loc, count, p.values.data());
+            break;
+        case Parameter::MATRIX:
+            glUniformMatrix4fv(loc, 1, GL_FALSE, p.values.data());
+            break;
+        case Parameter::SAMPLER:
+            glUniform1i(loc, p.unit);
+            break;
+        case Parameter::NONE:
+            break;
     }
 }
 
@@ -343,8 +372,10 @@ void ShaderProgram::Store(const std::string& name, Parameter::Kind kind, int com
     Parameter& p = parameters[name];
     p.kind = kind;
     p.components = components;
-    if (data && count > 0) p.values.assign(data, data + size_t(count) * size_t(components));
-    else p.values.clear();
+    if (data && count > 0)
+        p.values.assign(data, data + size_t(count) * size_t(components));
+    else
+        p.values.clear();
     ShaderState& state = State();
     if (state.active && (state.active_vertex == this || state.active_fragment == this))
         Apply(state.active, name, p);
@@ -355,11 +386,16 @@ void ShaderProgram::SetStateMatrix(const std::string& name, ShaderStateMatrix ma
     float m[16], mv[16], proj[16];
     glGetFloatv(GL_MODELVIEW_MATRIX, mv);
     glGetFloatv(GL_PROJECTION_MATRIX, proj);
-    if (matrix == SHADER_MODELVIEW_MATRIX) std::memcpy(m, mv, sizeof(m));
-    else if (matrix == SHADER_PROJECTION_MATRIX) std::memcpy(m, proj, sizeof(m));
-    else Multiply(proj, mv, m);
-    if (transform == SHADER_MATRIX_INVERSE || transform == SHADER_MATRIX_INVERSE_TRANSPOSE) Invert(m);
-    if (transform == SHADER_MATRIX_TRANSPOSE || transform == SHADER_MATRIX_INVERSE_TRANSPOSE) Transpose(m);
+    if (matrix == SHADER_MODELVIEW_MATRIX)
+        std::memcpy(m, mv, sizeof(m));
+    else if (matrix == SHADER_PROJECTION_MATRIX)
+        std::memcpy(m, proj, sizeof(m));
+    else
+        Multiply(proj, mv, m);
+    if (transform == SHADER_MATRIX_INVERSE || transform == SHADER_MATRIX_INVERSE_TRANSPOSE)
+        Invert(m);
+    if (transform == SHADER_MATRIX_TRANSPOSE || transform == SHADER_MATRIX_INVERSE_TRANSPOSE)
+        Transpose(m);
     Store(name, Parameter::MATRIX, 16, m, 1);
 }
 

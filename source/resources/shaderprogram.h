@@ -83,7 +83,8 @@ public:
     static void EnableProfile(ShaderProfile profile);
     static void DisableProfile(ShaderProfile profile);
 
-    void SetStateMatrix(const std::string& name, ShaderStateMatrix matrix, ShaderMatrixTransform transform);
+    void SetStateMatrix(const std::string& name, ShaderStateMatrix matrix,
+                        ShaderMatrixTransform transform);
     void SetParameter3fv(const std::string& name, const float* vector);
     void SetParameterArray3f(const std::string& name, int count, const float* data);
     void SetParameterArray4f(const std::string& name, int count, const float* data);
@@ -105,7 +106,8 @@ public:
 private:
     friend struct ShaderState;
     bool Known(const std::string& name);
-    void Store(const std::string& name, Parameter::Kind kind, int components, const float* data, int count);
+    void Store(const std::string& name, Parameter::Kind kind, int components, const float* data,
+               int count);
     void Apply(uint32_t gl_program, const std::string& name, const Parameter& p);
 
     std::map<std::string, Parameter> parameters;

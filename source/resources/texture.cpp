@@ -87,8 +87,8 @@ bool TextureTGA::Upload(const TgaImage& image) {
     glBindTexture(GL_TEXTURE_2D, texture_id);
     GLenum format = image.bytes_per_pixel == 4 ? GL_RGBA : GL_RGB;
     glPixelStorei(GL_UNPACK_ALIGNMENT, 1);
-    gluBuild2DMipmaps(GL_TEXTURE_2D, image.bytes_per_pixel, GLint(image.width),
-                      GLint(image.height), format, GL_UNSIGNED_BYTE, image.pixels);
+    gluBuild2DMipmaps(GL_TEXTURE_2D, image.bytes_per_pixel, GLint(image.width), GLint(image.height),
+                      format, GL_UNSIGNED_BYTE, image.pixels);
     glPixelStorei(GL_UNPACK_ALIGNMENT, 4);
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_LINEAR_MIPMAP_NEAREST);
     // Not a legal magnification filter: GL refuses it and the default stays. TGA

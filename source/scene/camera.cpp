@@ -53,8 +53,8 @@ bool Camera::IsBoxVisible(const HAxisAlignedBox& box) const {
 
     const HVector3& min = box.GetMinimum();
     const HVector3& max = box.GetMaximum();
-    if (position.x >= min.x && position.x <= max.x && position.y >= min.y &&
-        position.y <= max.y && position.z >= min.z && position.z <= max.z)
+    if (position.x >= min.x && position.x <= max.x && position.y >= min.y && position.y <= max.y &&
+        position.z >= min.z && position.z <= max.z)
         return true;
 
     HVector3 c = box.GetCenter();

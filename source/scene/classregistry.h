@@ -8,45 +8,45 @@
 #include "scene/entity.h"
 
 class EntityFactory {
- public:
-  virtual ~EntityFactory() = default;
-  // A new, default-constructed entity of the factory's class; the caller owns it.
-  virtual Entity* Create() = 0;
+public:
+    virtual ~EntityFactory() = default;
+    // A new, default-constructed entity of the factory's class; the caller owns it.
+    virtual Entity* Create() = 0;
 };
 
 template <class T>
 class EntityFactoryOf : public EntityFactory {
- public:
-  Entity* Create() override { return new T(); }
+public:
+    Entity* Create() override { return new T(); }
 };
 
 class ClassRegistry {
- public:
-  ClassRegistry() = default;
-  virtual ~ClassRegistry();
+public:
+    ClassRegistry() = default;
+    virtual ~ClassRegistry();
 
-  ClassRegistry(const ClassRegistry&) = delete;
-  ClassRegistry& operator=(const ClassRegistry&) = delete;
+    ClassRegistry(const ClassRegistry&) = delete;
+    ClassRegistry& operator=(const ClassRegistry&) = delete;
 
-  // Makes (or is given) a default-constructed prototype only to ask its type name. A second
-  // registration under a name keeps the first factory. Constructors of registered classes
-  // therefore run before any scene exists and must be safe to do so.
-  template <class T>
-  void Register() {
-    T prototype;
-    Register<T>(prototype);
-  }
-  template <class T>
-  void Register(T& prototype) {
-    Insert(prototype.GetTypeName(), new EntityFactoryOf<T>());
-  }
-  // Adds `factory` under `name` unless the name is taken (then the factory is deleted).
-  void Insert(const std::string& name, EntityFactory* factory);
+    // Makes (or is given) a default-constructed prototype only to ask its type name. A second
+    // registration under a name keeps the first factory. Constructors of registered classes
+    // therefore run before any scene exists and must be safe to do so.
+    template <class T>
+    void Register() {
+        T prototype;
+        Register<T>(prototype);
+    }
+    template <class T>
+    void Register(T& prototype) {
+        Insert(prototype.GetTypeName(), new EntityFactoryOf<T>());
+    }
+    // Adds `factory` under `name` unless the name is taken (then the factory is deleted).
+    void Insert(const std::string& name, EntityFactory* factory);
 
-  // A new entity of the class registered under `name`; 0 when there is none.
-  Entity* Create(const std::string& name);
+    // A new entity of the class registered under `name`; 0 when there is none.
+    Entity* Create(const std::string& name);
 
-  size_t Count() const { return factories.size(); }
+    size_t Count() const { return factories.size(); }
 
-  std::map<std::string, EntityFactory*> factories;  // owned
+    std::map<std::string, EntityFactory*> factories;  // owned
 };

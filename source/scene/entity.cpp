@@ -10,10 +10,10 @@ void Entity::Unbind(EventManager*, SceneManager*, CollisionManager*) {}
 void Entity::Unload(SceneManager*, ResourceManager*) {}
 
 void Entity::Load(CfoNode* node, ResourceManager*) {
-  if (node == nullptr) return;
-  CfoReadString(node, "name", name);
-  CfoReadFloat(node, "z_index", z_index);
-  CfoReadBool(node, "visible", visible);
+    if (node == nullptr) return;
+    CfoReadString(node, "name", name);
+    CfoReadFloat(node, "z_index", z_index);
+    CfoReadBool(node, "visible", visible);
 }
 
 void Entity::Hook5(void*) {}
@@ -30,29 +30,29 @@ std::string Entity::GetTypeName() { return "Entity"; }
 uint32_t Entity::GetTypeId() { return 0; }
 
 Entity* Entity::GetRoot() {
-  // A parent chain that loops back on itself is a programmer's error; stop anyway.
-  Entity* root = this;
-  size_t steps = 0;
-  while (root->parent != nullptr && root->parent != this && steps < 1000000) {
-    root = root->parent;
-    ++steps;
-  }
-  return root;
+    // A parent chain that loops back on itself is a programmer's error; stop anyway.
+    Entity* root = this;
+    size_t steps = 0;
+    while (root->parent != nullptr && root->parent != this && steps < 1000000) {
+        root = root->parent;
+        ++steps;
+    }
+    return root;
 }
 
 Entity* Entity::FindEntity(const std::string& key) {
-  // Depth first, parents before children, children in list order; an explicit stack, as
-  // trees from documents may be deep.
-  std::vector<Entity*> stack;
-  stack.push_back(GetRoot());
-  while (!stack.empty()) {
-    Entity* entity = stack.back();
-    stack.pop_back();
-    if (entity->name == key) return entity;
-    for (auto it = entity->children.rbegin(); it != entity->children.rend(); ++it)
-      if (*it != nullptr) stack.push_back(*it);
-  }
-  return nullptr;
+    // Depth first, parents before children, children in list order; an explicit stack, as
+    // trees from documents may be deep.
+    std::vector<Entity*> stack;
+    stack.push_back(GetRoot());
+    while (!stack.empty()) {
+        Entity* entity = stack.back();
+        stack.pop_back();
+        if (entity->name == key) return entity;
+        for (auto it = entity->children.rbegin(); it != entity->children.rend(); ++it)
+            if (*it != nullptr) stack.push_back(*it);
+    }
+    return nullptr;
 }
 
 void Entity::AddChild(Entity* child) { children.push_back(child); }

@@ -29,74 +29,74 @@ class ResourceManager;
 class RenderQueue;
 
 class Entity {
- public:
-  Entity() = default;
-  // Slot 0. Frees the entity's own fields; the children are not deleted.
-  virtual ~Entity() = default;
+public:
+    Entity() = default;
+    // Slot 0. Frees the entity's own fields; the children are not deleted.
+    virtual ~Entity() = default;
 
-  // Children are owned: an entity is never copied.
-  Entity(const Entity&) = delete;
-  Entity& operator=(const Entity&) = delete;
+    // Children are owned: an entity is never copied.
+    Entity(const Entity&) = delete;
+    Entity& operator=(const Entity&) = delete;
 
-  // Slot 1: registers handlers, adds physics objects, resolves names.
-  virtual void Bind(EventManager* events, SceneManager* scene, CollisionManager* physics);
-  // Slot 2: called before a tree is destroyed.
-  virtual void Unbind(EventManager* events, SceneManager* scene, CollisionManager* physics);
-  // Slot 3: called for each entity by DestroyTree.
-  virtual void Unload(SceneManager* scene, ResourceManager* resources);
-  // Slot 4: reads "name" (string), "z_index" (float), "visible" (bool), each only when
-  // present. Subclasses call it first. A null node changes nothing.
-  virtual void Load(CfoNode* node, ResourceManager* resources);
-  // Slots 5 and 6: hooks that no class overrides and nothing calls.
-  virtual void Hook5(void* argument);
-  virtual void Hook6();
-  // Slots 7 to 9: the three render passes of RenderQueue::Flush.
-  virtual void PreRender(RenderQueue* queue);
-  virtual void Render(RenderQueue* queue);
-  virtual void PostRender();
-  // Slot 10: (0, 0) here; GUI objects add their parents' positions.
-  virtual HVector2 GetPosition(HVector2 local);
-  // Slots 11 to 14.
-  virtual bool IsVisible();
-  virtual void SetVisible(bool show);
-  virtual void SetPaused(bool pause);
-  virtual bool IsPaused();
-  // Slot 15: "Entity" here; each creatable class returns its own type name.
-  virtual std::string GetTypeName();
-  // Slot 16: 0 here; each class numbers itself on first call from the counter that the
-  // event classes share (see NewTypeId in events/baseevent.h).
-  virtual uint32_t GetTypeId();
+    // Slot 1: registers handlers, adds physics objects, resolves names.
+    virtual void Bind(EventManager* events, SceneManager* scene, CollisionManager* physics);
+    // Slot 2: called before a tree is destroyed.
+    virtual void Unbind(EventManager* events, SceneManager* scene, CollisionManager* physics);
+    // Slot 3: called for each entity by DestroyTree.
+    virtual void Unload(SceneManager* scene, ResourceManager* resources);
+    // Slot 4: reads "name" (string), "z_index" (float), "visible" (bool), each only when
+    // present. Subclasses call it first. A null node changes nothing.
+    virtual void Load(CfoNode* node, ResourceManager* resources);
+    // Slots 5 and 6: hooks that no class overrides and nothing calls.
+    virtual void Hook5(void* argument);
+    virtual void Hook6();
+    // Slots 7 to 9: the three render passes of RenderQueue::Flush.
+    virtual void PreRender(RenderQueue* queue);
+    virtual void Render(RenderQueue* queue);
+    virtual void PostRender();
+    // Slot 10: (0, 0) here; GUI objects add their parents' positions.
+    virtual HVector2 GetPosition(HVector2 local);
+    // Slots 11 to 14.
+    virtual bool IsVisible();
+    virtual void SetVisible(bool show);
+    virtual void SetPaused(bool pause);
+    virtual bool IsPaused();
+    // Slot 15: "Entity" here; each creatable class returns its own type name.
+    virtual std::string GetTypeName();
+    // Slot 16: 0 here; each class numbers itself on first call from the counter that the
+    // event classes share (see NewTypeId in events/baseevent.h).
+    virtual uint32_t GetTypeId();
 
-  // Searches the whole tree from the root, depth first, parents before children,
-  // children in list order: the first entity named `key`, or 0.
-  Entity* FindEntity(const std::string& key);
-  // The root reached by climbing `parent` links.
-  Entity* GetRoot();
-  void AddChild(Entity* child);
-  // Removes every occurrence of `child`; the child is not deleted.
-  void RemoveChild(Entity* child);
-  void SetParent(Entity* new_parent) { parent = new_parent; }
-  Entity* GetParent() const { return parent; }
-  std::string GetName() const { return name; }
-  float GetZIndex() const { return z_index; }
-  const std::list<Entity*>& GetChildren() const { return children; }
+    // Searches the whole tree from the root, depth first, parents before children,
+    // children in list order: the first entity named `key`, or 0.
+    Entity* FindEntity(const std::string& key);
+    // The root reached by climbing `parent` links.
+    Entity* GetRoot();
+    void AddChild(Entity* child);
+    // Removes every occurrence of `child`; the child is not deleted.
+    void RemoveChild(Entity* child);
+    void SetParent(Entity* new_parent) { parent = new_parent; }
+    Entity* GetParent() const { return parent; }
+    std::string GetName() const { return name; }
+    float GetZIndex() const { return z_index; }
+    const std::list<Entity*>& GetChildren() const { return children; }
 
-  bool visible = true;
-  bool paused = false;
-  std::string name;
-  Entity* parent = nullptr;       // not owned
-  std::list<Entity*> children;    // owned (deleted by DestroyTree), document order
-  float z_index = 0.0f;           // render order, lowest first
+    bool visible = true;
+    bool paused = false;
+    std::string name;
+    Entity* parent = nullptr;     // not owned
+    std::list<Entity*> children;  // owned (deleted by DestroyTree), document order
+    float z_index = 0.0f;         // render order, lowest first
 };
 
 // Gives a class its type name ("Scene") and its lazily numbered type id. Put it in the
 // public part of every class that documents create by name.
-#define VELMORA_ENTITY_TYPE(TypeNameText)                                          \
- public:                                                                           \
-  inline static const std::string type_name = TypeNameText;                        \
-  inline static uint32_t type_id = 0;                                              \
-  std::string GetTypeName() override { return type_name; }                         \
-  uint32_t GetTypeId() override {                                                  \
-    if (type_id == 0) type_id = NewTypeId();                                       \
-    return type_id;                                                                \
-  }
+#define VELMORA_ENTITY_TYPE(TypeNameText)                     \
+public:                                                       \
+    inline static const std::string type_name = TypeNameText; \
+    inline static uint32_t type_id = 0;                       \
+    std::string GetTypeName() override { return type_name; }  \
+    uint32_t GetTypeId() override {                           \
+        if (type_id == 0) type_id = NewTypeId();              \
+        return type_id;                                       \
+    }

@@ -13,18 +13,18 @@
 #include <string>
 
 class KeyNameTable {
- public:
-  // Fills the table (137 assignments, 135 distinct names).
-  void Build();
-  // On a hit writes the code to `out` and returns true; on a miss leaves `out` alone.
-  bool Lookup(const std::string& name, int32_t& out) const;
+public:
+    // Fills the table (137 assignments, 135 distinct names).
+    void Build();
+    // On a hit writes the code to `out` and returns true; on a miss leaves `out` alone.
+    bool Lookup(const std::string& name, int32_t& out) const;
 
-  size_t Size() const { return table.size(); }
-  int32_t Assignments() const { return assignments; }
+    size_t Size() const { return table.size(); }
+    int32_t Assignments() const { return assignments; }
 
-  std::map<std::string, int32_t> table;
+    std::map<std::string, int32_t> table;
 
- private:
-  void Set(const std::string& name, int32_t code);
-  int32_t assignments = 0;
+private:
+    void Set(const std::string& name, int32_t code);
+    int32_t assignments = 0;
 };

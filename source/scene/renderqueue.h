@@ -15,15 +15,15 @@ class Entity;
 class Camera;
 
 class RenderQueue {
- public:
-  // Appends `entity` when it is visible.
-  void Add(Entity* entity);
-  // Sort, the three passes, then an empty list. An entity queued during the passes waits
-  // for the next Flush.
-  void Flush();
-  void Clear() { entities.clear(); }
-  size_t Size() const { return entities.size(); }
+public:
+    // Appends `entity` when it is visible.
+    void Add(Entity* entity);
+    // Sort, the three passes, then an empty list. An entity queued during the passes waits
+    // for the next Flush.
+    void Flush();
+    void Clear() { entities.clear(); }
+    size_t Size() const { return entities.size(); }
 
-  std::list<Entity*> entities;  // not owned
-  Camera* camera = nullptr;     // not owned; set by the Scene
+    std::list<Entity*> entities;  // not owned
+    Camera* camera = nullptr;     // not owned; set by the Scene
 };

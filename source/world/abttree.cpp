@@ -9,7 +9,6 @@
 #include "scene/camera.h"
 #include "world/worldloading.h"
 
-
 namespace {
 
 bool RowText(const CfoNode* row, std::string& text) {
@@ -21,8 +20,8 @@ bool RowText(const CfoNode* row, std::string& text) {
 
 void ReportSkipped(size_t skipped, const char* what) {
     if (skipped)
-        std::cout << "ABTTree: " << skipped << " " << what << " rows shorter than their format, skipped"
-                  << std::endl;
+        std::cout << "ABTTree: " << skipped << " " << what
+                  << " rows shorter than their format, skipped" << std::endl;
 }
 
 }  // namespace
@@ -81,8 +80,9 @@ void ABTTree::LoadDocument(const CfoNode* document, int64_t buffer_limit, bool q
         for (const CfoNode* row : verts->children) {
             if (!RowText(row, text)) continue;
             ABTVertex v;
-            if (std::sscanf(text.c_str(), "%f,%f,%f,%f,%f,%f,%f,%f,%f,%f,%f", &v.v.x, &v.v.y, &v.v.z,
-                            &v.n.x, &v.n.y, &v.n.z, &v.t.x, &v.t.y, &v.c.x, &v.c.y, &v.c.z) != 11) {
+            if (std::sscanf(text.c_str(), "%f,%f,%f,%f,%f,%f,%f,%f,%f,%f,%f", &v.v.x, &v.v.y,
+                            &v.v.z, &v.n.x, &v.n.y, &v.n.z, &v.t.x, &v.t.y, &v.c.x, &v.c.y,
+                            &v.c.z) != 11) {
                 ++skipped;
                 continue;
             }
@@ -114,8 +114,8 @@ void ABTTree::LoadDocument(const CfoNode* document, int64_t buffer_limit, bool q
             if (!RowText(row, text)) continue;
             int parent = -1;
             HVector3 size, center;
-            if (std::sscanf(text.c_str(), "%i,%f,%f,%f,%f,%f,%f", &parent, &size.x, &size.y, &size.z,
-                            &center.x, &center.y, &center.z) != 7) {
+            if (std::sscanf(text.c_str(), "%i,%f,%f,%f,%f,%f,%f", &parent, &size.x, &size.y,
+                            &size.z, &center.x, &center.y, &center.z) != 7) {
                 ++skipped;
                 continue;
             }
@@ -168,13 +168,14 @@ void ABTTree::LoadDocument(const CfoNode* document, int64_t buffer_limit, bool q
         }
         ReportSkipped(skipped, "chunk");
         if (bad_range)
-            std::cout << "ABTTree: " << bad_range << " chunks run past the vertices, skipped" << std::endl;
+            std::cout << "ABTTree: " << bad_range << " chunks run past the vertices, skipped"
+                      << std::endl;
         if (overlapping)
             std::cout << "ABTTree: " << overlapping
                       << " chunks cover more vertex rows than the file holds, skipped" << std::endl;
         if (bad_material)
-            std::cout << "ABTTree: " << bad_material << " chunks name a material that does not exist, skipped"
-                      << std::endl;
+            std::cout << "ABTTree: " << bad_material
+                      << " chunks name a material that does not exist, skipped" << std::endl;
     }
 
     // 5. Vertex buffers of at most buffer_limit vertices (a larger chunk overruns its own).
@@ -182,7 +183,8 @@ void ABTTree::LoadDocument(const CfoNode* document, int64_t buffer_limit, bool q
     for (ABTNode* node : quiet ? std::vector<ABTNode*>() : nodes) {
         for (ABTChunk* chunk : node->chunks) {
             if (current < 0 ||
-                static_cast<int64_t>(vertex_buffers[static_cast<size_t>(current)]->vertex_list.size()) +
+                static_cast<int64_t>(
+                    vertex_buffers[static_cast<size_t>(current)]->vertex_list.size()) +
                         static_cast<int64_t>(chunk->count) >
                     buffer_limit) {
                 vertex_buffers.push_back(new ABTVertexBuffer());
@@ -223,12 +225,21 @@ void ABTTree::LoadDocument(const CfoNode* document, int64_t buffer_limit, bool q
         size_t at = start;
         uint8_t result = 2;
         for (;;) {
-            if (state[at] == 1) { result = 3; break; }
-            if (state[at] >= 2) { result = state[at]; break; }
+            if (state[at] == 1) {
+                result = 3;
+                break;
+            }
+            if (state[at] >= 2) {
+                result = state[at];
+                break;
+            }
             state[at] = 1;
             path.push_back(at);
             int32_t p = nodes[at]->parent;
-            if (p < 0 || static_cast<size_t>(p) >= n) { result = 2; break; }
+            if (p < 0 || static_cast<size_t>(p) >= n) {
+                result = 2;
+                break;
+            }
             at = static_cast<size_t>(p);
         }
         for (size_t k : path) state[k] = result;

@@ -54,8 +54,8 @@ public:
     virtual ~ABTNode();
     int32_t parent = -1;
     HAxisAlignedBox box;
-    std::vector<ABTChunk*> chunks;    // owned, file order
-    std::vector<int32_t> children;    // ascending
+    std::vector<ABTChunk*> chunks;  // owned, file order
+    std::vector<int32_t> children;  // ascending
 };
 
 struct ABTVertexBuffer {
@@ -93,7 +93,7 @@ public:
     int32_t root = 0;
     std::vector<std::string> materials;
     std::unique_ptr<ResourceHandle<TextureDDS>[]> textures;  // one per material
-    std::vector<uint32_t> indices;  // one per vertex, entry i holds i
+    std::vector<uint32_t> indices;                           // one per vertex, entry i holds i
     uint32_t index_count = 0;
     std::vector<ABTNode*> nodes;  // owned, file order
     std::map<uint32_t, std::map<uint32_t, std::list<ABTChunk*>>> render_lists;
@@ -111,7 +111,7 @@ public:
     uint32_t batch_size = 0;
 
     std::vector<std::unique_ptr<ABTChunk>> unattached;  // chunks no node holds
-    ABTRenderBackend* backend = nullptr;  // null: GL
+    ABTRenderBackend* backend = nullptr;                // null: GL
 
     ABTTree() = default;
     ~ABTTree();

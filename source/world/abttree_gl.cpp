@@ -8,7 +8,6 @@
 #include "world/abttree.h"
 #include "world/worldloading.h"
 
-
 namespace {
 
 void Upload(uint32_t& name, const std::vector<float>& data) {
@@ -79,7 +78,8 @@ public:
     void MultiDraw(ABTTree&, const int32_t* counts, const uint16_t* const* pointers,
                    uint32_t size) override {
         glMultiDrawElements(GL_TRIANGLES, counts, GL_UNSIGNED_SHORT,
-                            reinterpret_cast<const void* const*>(pointers), static_cast<GLsizei>(size));
+                            reinterpret_cast<const void* const*>(pointers),
+                            static_cast<GLsizei>(size));
     }
 
     void End(ABTTree&) override {
@@ -112,7 +112,8 @@ void ABTTree::LoadTextures(ResourceManager* resources) {
     WorldLoadingScreen("Reading textures...", true);
     textures = std::make_unique<ResourceHandle<TextureDDS>[]>(materials.size());
     if (!resources) return;
-    for (size_t m = 0; m < materials.size(); ++m) resources->Load<TextureDDS>(textures[m], materials[m]);
+    for (size_t m = 0; m < materials.size(); ++m)
+        resources->Load<TextureDDS>(textures[m], materials[m]);
 }
 
 namespace {

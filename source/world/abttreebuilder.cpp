@@ -38,7 +38,8 @@ public:
         int n = std::vsnprintf(buffer, sizeof(buffer), format, args);
         va_end(args);
         if (n < 0) return;
-        size_t size = static_cast<size_t>(n) < sizeof(buffer) ? static_cast<size_t>(n) : sizeof(buffer) - 1;
+        size_t size =
+            static_cast<size_t>(n) < sizeof(buffer) ? static_cast<size_t>(n) : sizeof(buffer) - 1;
         Put(buffer, size);
     }
 
@@ -67,7 +68,8 @@ void MergeSort(std::vector<ABTFace*>& items) {
             size_t mid = std::min(lo + width, items.size());
             size_t hi = std::min(lo + 2 * width, items.size());
             size_t i = lo, j = mid, k = lo;
-            while (i < mid && j < hi) scratch[k++] = ExportBefore(items[j], items[i]) ? items[j++] : items[i++];
+            while (i < mid && j < hi)
+                scratch[k++] = ExportBefore(items[j], items[i]) ? items[j++] : items[i++];
             while (i < mid) scratch[k++] = items[i++];
             while (j < hi) scratch[k++] = items[j++];
         }
@@ -114,8 +116,9 @@ void WriteTree(ABTTreeBuilder& b, ExportSink& out, int year, int month, int day,
         const ABTFace* f = b.sorted[i];
         bool last = i + 1 == b.sorted.size();
         if (last || b.sorted[i + 1]->node != f->node || b.sorted[i + 1]->material != f->material) {
-            out.Printf("\t{%i,%i,%i,%i}\n", static_cast<int>(f->node), static_cast<int>(f->material),
-                       static_cast<int>(first * 3), static_cast<int>((run + 1) * 3));
+            out.Printf("\t{%i,%i,%i,%i}\n", static_cast<int>(f->node),
+                       static_cast<int>(f->material), static_cast<int>(first * 3),
+                       static_cast<int>((run + 1) * 3));
             run = 0;
             first = i + 1;
         } else {
@@ -285,7 +288,8 @@ void ABTTreeBuilder::SplitFace(const HPlane& plane, size_t index, const std::vec
     }
 
     size_t p = 0;
-    size_t scanned = 0;  // entries passed since the last ear; a full round without a cut point ends it
+    size_t scanned =
+        0;  // entries passed since the last ear; a full round without a cut point ends it
     while (poly.size() >= 3) {
         if (poly[p].sign != 0) {
             p = (p + 1) % poly.size();
@@ -309,7 +313,8 @@ void ABTTreeBuilder::SplitFace(const HPlane& plane, size_t index, const std::vec
     }
 }
 
-ABTVertex ABTTreeBuilder::SplitSegment(const ABTVertex& a, const ABTVertex& b, const HPlane& plane) {
+ABTVertex ABTTreeBuilder::SplitSegment(const ABTVertex& a, const ABTVertex& b,
+                                       const HPlane& plane) {
     ABTVertex vrt;  // all zeros
     HVector3 span = b.v - a.v;
     HRay ray(a.v, span.NormalisedCopy());
@@ -365,7 +370,8 @@ void ABTTreeBuilder::ExportText(std::string& out, int year, int month, int day, 
 }
 
 void ABTTreeBuilder::PrintTree(int32_t node, int depth) const {
-    if (node < 0 || static_cast<size_t>(node) >= nodes.size() || depth > static_cast<int>(kDepthCap) + 1)
+    if (node < 0 || static_cast<size_t>(node) >= nodes.size() ||
+        depth > static_cast<int>(kDepthCap) + 1)
         return;
     const ABTBuildNode& n = nodes[static_cast<size_t>(node)];
     std::string indent(static_cast<size_t>(depth), ' ');
@@ -409,13 +415,14 @@ void ABTBuilder(const CfoNode* node) {
             const std::string& text = first->name;
             size_t comma = text.find(',');
             if (comma == std::string::npos) {
-                std::cout << "ABTBuilder: object row '" << text
-                          << "' has no texture name, skipped" << std::endl;
+                std::cout << "ABTBuilder: object row '" << text << "' has no texture name, skipped"
+                          << std::endl;
                 continue;
             }
             std::string mesh = text.substr(0, comma);
             size_t end = text.find(',', comma + 1);
-            std::string texture = text.substr(comma + 1, end == std::string::npos ? std::string::npos : end - comma - 1);
+            std::string texture = text.substr(
+                comma + 1, end == std::string::npos ? std::string::npos : end - comma - 1);
             builder.InsertObject(mesh, texture);
             std::cout << text << std::endl;
         }

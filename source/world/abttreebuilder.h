@@ -13,7 +13,8 @@
 // number of times, SetOvergrow, SetWeights, Build, Export.
 //
 // No two faces share a vertex: each corner is its own entry in `vertices`, and each cut
-// adds new ones (past kFaceBudget faces made by cuts, nodes stop splitting). Vertices of faces that were cut stay in `vertices` but are not written.
+// adds new ones (past kFaceBudget faces made by cuts, nodes stop splitting). Vertices of faces that
+// were cut stay in `vertices` but are not written.
 
 #include <cstdint>
 #include <string>
@@ -36,7 +37,7 @@ struct ABTFace {
 struct ABTBuildNode {
     int32_t parent = -1;
     std::vector<int32_t> children;
-    HAxisAlignedBox box;  // null until a leaf grows it
+    HAxisAlignedBox box;         // null until a leaf grows it
     std::vector<ABTFace> faces;  // leaves only
 };
 

@@ -18,11 +18,12 @@ struct BoneTransform {
 
 struct Bone {
     std::string name;
-    int32_t parent_id = -1;          // below 0 for a root
-    std::vector<int32_t> children;   // ids of the child bones
-    BoneTransform bind_absolute;     // bind pose in model space
-    BoneTransform bind_local;        // rotation relative to the parent's, position as a plain model-space offset
-    BoneTransform skin;              // what goes to the vertex program
-    BoneTransform absolute;          // current pose in model space
-    BoneTransform local;             // current pose relative to the parent
+    int32_t parent_id = -1;         // below 0 for a root
+    std::vector<int32_t> children;  // ids of the child bones
+    BoneTransform bind_absolute;    // bind pose in model space
+    BoneTransform
+        bind_local;  // rotation relative to the parent's, position as a plain model-space offset
+    BoneTransform skin;      // what goes to the vertex program
+    BoneTransform absolute;  // current pose in model space
+    BoneTransform local;     // current pose relative to the parent
 };

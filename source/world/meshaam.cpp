@@ -72,8 +72,8 @@ bool MeshAAM::LoadDocument(const CfoNode* document) {
 
     if (bones_node) {
         if (bones_node->children.size() > static_cast<size_t>(kMaxBones)) {
-            std::cout << "AAM loader: " << bones_node->children.size()
-                      << " bones, more than 30" << std::endl;
+            std::cout << "AAM loader: " << bones_node->children.size() << " bones, more than 30"
+                      << std::endl;
             return false;
         }
         for (const CfoNode* bone_node : bones_node->children) {
@@ -147,8 +147,8 @@ bool MeshAAM::LoadDocument(const CfoNode* document) {
         Bone& bone = bones[b];
         int32_t p = bone.parent_id;
         if (p >= 0 && (static_cast<size_t>(p) >= bones.size() || static_cast<size_t>(p) == b)) {
-            std::cout << "AAM loader: bone " << b << " has a bad parent " << p
-                      << ", made a root" << std::endl;
+            std::cout << "AAM loader: bone " << b << " has a bad parent " << p << ", made a root"
+                      << std::endl;
             bone.parent_id = -1;
             p = -1;
         }

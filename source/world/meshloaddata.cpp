@@ -86,7 +86,7 @@ void MeshReadFaceTable(const CfoNode* table, size_t rows, const char* loader,
     for (const CfoNode* face_node : table->children) {
         MeshFace face;
         std::array<int32_t, 3>* targets[4] = {&face.verts, &face.texcoords, &face.normals,
-                                               &face.colors};
+                                              &face.colors};
         bool ok = rows <= 4 && face_node->children.size() >= rows;
         for (size_t r = 0; ok && r < rows; ++r)
             ok = MeshRowText(face_node->children[r], text) && MeshParseTriple(text, *targets[r]);

@@ -5,7 +5,7 @@
 #include <SDL.h>
 
 struct Rgb {
-  int r = -1, g = -1, b = -1;
+    int r = -1, g = -1, b = -1;
 };
 
 // The pixel at (x, y) from the window's top left; -1s when it cannot be read.

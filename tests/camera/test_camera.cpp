@@ -96,7 +96,7 @@ TEST(CameraFrustum, GluLookAtLikeViewInTheZUpWorld) {
     float P[16], M[16];
     Perspective(P, 90.0f, 1.0f, 1.0f, 100.0f);
     // Rows of the rotation: s = (1, 0, 0), u = (0, 0, 1), −f = (0, −1, 0); then −R·eye.
-    float R[16] = {1, 0, 0, 0,  0, 0, -1, 0,  0, 1, 0, 0,  0, -10, 0, 1};
+    float R[16] = {1, 0, 0, 0, 0, 0, -1, 0, 0, 1, 0, 0, 0, -10, 0, 1};
     for (int i = 0; i < 16; ++i) M[i] = R[i];
     Camera cam;
     cam.position = HVector3(0, 0, 10);
@@ -113,11 +113,11 @@ TEST(CameraFrustum, GluLookAtLikeViewInTheZUpWorld) {
 TEST(CameraVisibility, InFrontBehindBeyondAndBeside) {
     Camera cam = EyeSpaceCamera();
     EXPECT_TRUE(cam.IsBoxVisible(HAxisAlignedBox(-1, -1, -20, 1, 1, -10)));
-    EXPECT_FALSE(cam.IsBoxVisible(HAxisAlignedBox(-1, -1, 10, 1, 1, 20)));      // behind (near)
-    EXPECT_FALSE(cam.IsBoxVisible(HAxisAlignedBox(-1, -1, -300, 1, 1, -200)));  // beyond far
-    EXPECT_FALSE(cam.IsBoxVisible(HAxisAlignedBox(50, -1, -20, 60, 1, -10)));   // right
-    EXPECT_FALSE(cam.IsBoxVisible(HAxisAlignedBox(-60, -1, -20, -50, 1, -10))); // left
-    EXPECT_FALSE(cam.IsBoxVisible(HAxisAlignedBox(-1, 50, -20, 1, 60, -10)));   // top
+    EXPECT_FALSE(cam.IsBoxVisible(HAxisAlignedBox(-1, -1, 10, 1, 1, 20)));       // behind (near)
+    EXPECT_FALSE(cam.IsBoxVisible(HAxisAlignedBox(-1, -1, -300, 1, 1, -200)));   // beyond far
+    EXPECT_FALSE(cam.IsBoxVisible(HAxisAlignedBox(50, -1, -20, 60, 1, -10)));    // right
+    EXPECT_FALSE(cam.IsBoxVisible(HAxisAlignedBox(-60, -1, -20, -50, 1, -10)));  // left
+    EXPECT_FALSE(cam.IsBoxVisible(HAxisAlignedBox(-1, 50, -20, 1, 60, -10)));    // top
     // Partly inside.
     EXPECT_TRUE(cam.IsBoxVisible(HAxisAlignedBox(5, -1, -20, 60, 1, -10)));
     EXPECT_TRUE(cam.IsBoxVisible(HAxisAlignedBox(-1, -1, -150, 1, 1, -90)));

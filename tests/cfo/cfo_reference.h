@@ -13,35 +13,26 @@
 
 namespace cforef {
 
-inline char At(const std::string& t, size_t k)
-{
-    return k < t.size() ? t[k] : '\0';
-}
+inline char At(const std::string& t, size_t k) { return k < t.size() ? t[k] : '\0'; }
 
-inline std::string StripComments(const std::string& text)
-{
+inline std::string StripComments(const std::string& text) {
     std::string out;
     bool line = false;
     int64_t depth = 0;
     for (size_t i = 0; i < text.size(); ++i) {
-        if (At(text, i) == '/' && At(text, i + 1) == '/')
-            line = true;
-        if (At(text, i) == '/' && At(text, i + 1) == '*')
-            depth += 1;
+        if (At(text, i) == '/' && At(text, i + 1) == '/') line = true;
+        if (At(text, i) == '/' && At(text, i + 1) == '*') depth += 1;
         if (depth > 0 && At(text, i) == '*' && At(text, i + 1) == '/') {
             depth -= 1;
             i += 2;
         }
-        if (line && At(text, i) == '\n')
-            line = false;
-        if (!line && depth == 0 && At(text, i) != '\r')
-            out += At(text, i);
+        if (line && At(text, i) == '\n') line = false;
+        if (!line && depth == 0 && At(text, i) != '\r') out += At(text, i);
     }
     return out;
 }
 
-inline std::string StripBlanks(const std::string& text)
-{
+inline std::string StripBlanks(const std::string& text) {
     std::string out;
     bool quoted = false;
     for (size_t i = 0; i < text.size(); ++i) {
@@ -51,11 +42,9 @@ inline std::string StripBlanks(const std::string& text)
             i += 1;
             continue;
         }
-        if (c == '"' && !(i > 0 && At(text, i - 1) == '\\'))
-            quoted = !quoted;
+        if (c == '"' && !(i > 0 && At(text, i - 1) == '\\')) quoted = !quoted;
         if (quoted) {
-            if (c != '"')
-                out += c;
+            if (c != '"') out += c;
         } else if (c != ' ' && c != '\n' && c != '\t' && c != '\\' && c != '"') {
             out += c;
         }
@@ -63,12 +52,10 @@ inline std::string StripBlanks(const std::string& text)
     return out;
 }
 
-inline size_t ParseScope(CfoNode* node, const std::string& text, size_t pos)
-{
+inline size_t ParseScope(CfoNode* node, const std::string& text, size_t pos) {
     std::string token, key, val;
     for (;;) {
-        if (pos >= text.size())
-            return text.size();
+        if (pos >= text.size()) return text.size();
         char c = text[pos];
         if (c == '{') {
             CfoNode* child = new CfoNode();
@@ -80,8 +67,7 @@ inline size_t ParseScope(CfoNode* node, const std::string& text, size_t pos)
             pos = ParseScope(child, text, pos + 1);
             node->AddChild(child);
         } else if (c == '}') {
-            if (token.empty())
-                return pos;
+            if (token.empty()) return pos;
             CfoNode* child = new CfoNode();
             child->parent = node;
             child->name = token;
@@ -116,8 +102,7 @@ inline size_t ParseScope(CfoNode* node, const std::string& text, size_t pos)
 }
 
 // Parse without the message, for comparing results.
-inline bool Parse(CfoNode* root, const std::string& text)
-{
+inline bool Parse(CfoNode* root, const std::string& text) {
     std::string clean = StripBlanks(StripComments(text));
     root->name = "Document";
     size_t open = 0, close = 0;
@@ -125,15 +110,13 @@ inline bool Parse(CfoNode* root, const std::string& text)
         open += c == '{';
         close += c == '}';
     }
-    if (open != close)
-        return false;
+    if (open != close) return false;
     return ParseScope(root, clean, 0) == clean.size();
 }
 
 // Exact, unambiguous dump of a subtree (lengths before strings), with a check that every
 // child's index and parent are right. Iterative, so deep trees are fine.
-inline std::string Dump(const CfoNode* root, bool* links_ok = nullptr)
-{
+inline std::string Dump(const CfoNode* root, bool* links_ok = nullptr) {
     std::string out;
     bool ok = true;
     struct Item {
@@ -141,8 +124,8 @@ inline std::string Dump(const CfoNode* root, bool* links_ok = nullptr)
         size_t next;
     };
     auto head = [&](const CfoNode* n) {
-        out += std::to_string(n->name.size()) + ":" + n->name + "|" + std::to_string(n->value.size()) +
-               ":" + n->value + "(";
+        out += std::to_string(n->name.size()) + ":" + n->name + "|" +
+               std::to_string(n->value.size()) + ":" + n->value + "(";
     };
     std::vector<Item> stack;
     head(root);
@@ -152,8 +135,7 @@ inline std::string Dump(const CfoNode* root, bool* links_ok = nullptr)
         if (top.next < top.node->children.size()) {
             size_t k = top.next++;
             const CfoNode* child = top.node->children[k];
-            if (child->index != static_cast<int32_t>(k) || child->parent != top.node)
-                ok = false;
+            if (child->index != static_cast<int32_t>(k) || child->parent != top.node) ok = false;
             head(child);
             stack.push_back({child, 0});
         } else {
@@ -161,23 +143,19 @@ inline std::string Dump(const CfoNode* root, bool* links_ok = nullptr)
             stack.pop_back();
         }
     }
-    if (links_ok)
-        *links_ok = ok;
+    if (links_ok) *links_ok = ok;
     return out;
 }
 
 // Readable form of the children of `node` for exact expectations in tests:
 // each child as [name|value], followed by {...} with its own children when it has any.
-inline std::string Tree(const CfoNode* node)
-{
+inline std::string Tree(const CfoNode* node) {
     std::string out;
     for (size_t k = 0; k < node->children.size(); ++k) {
         const CfoNode* child = node->children[k];
-        if (k)
-            out += ' ';
+        if (k) out += ' ';
         out += "[" + child->name + "|" + child->value + "]";
-        if (!child->children.empty())
-            out += "{" + Tree(child) + "}";
+        if (!child->children.empty()) out += "{" + Tree(child) + "}";
     }
     return out;
 }

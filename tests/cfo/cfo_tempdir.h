@@ -15,8 +15,7 @@ namespace cfotest {
 // Removed with everything in it when the process ends.
 struct TempFolder {
     std::string path;
-    TempFolder()
-    {
+    TempFolder() {
         char pattern[] = "/tmp/velmora_cfo_XXXXXX";
         const char* made = mkdtemp(pattern);
         path = made ? made : "";
@@ -25,8 +24,7 @@ struct TempFolder {
             FileSystemSetWriteDir(path);
         }
     }
-    ~TempFolder()
-    {
+    ~TempFolder() {
         if (!path.empty()) {
             std::error_code ignored;
             std::filesystem::remove_all(path, ignored);
@@ -34,20 +32,17 @@ struct TempFolder {
     }
 };
 
-inline const std::string& TempDir()
-{
+inline const std::string& TempDir() {
     static TempFolder folder;
     return folder.path;
 }
 
-inline void WriteNative(const std::string& name, const std::string& bytes)
-{
+inline void WriteNative(const std::string& name, const std::string& bytes) {
     std::ofstream out(TempDir() + "/" + name, std::ios::binary);
     out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
 }
 
-inline std::string ReadNative(const std::string& name)
-{
+inline std::string ReadNative(const std::string& name) {
     std::ifstream in(TempDir() + "/" + name, std::ios::binary);
     return std::string((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
 }

@@ -12,9 +12,9 @@ namespace {
 
 // Random text over the bytes that mean something to the parser, plus runs of ordinary
 // text long enough to cross the 16-byte scanning blocks.
-std::string RandomText(std::mt19937& rng, size_t max_len)
-{
-    static const char special[] = {'/', '*', '\n', '\r', '"', '\\', ' ', '\t', '{', '}', '=', ';', ',', '\0'};
+std::string RandomText(std::mt19937& rng, size_t max_len) {
+    static const char special[] = {'/',  '*', '\n', '\r', '"', '\\', ' ',
+                                   '\t', '{', '}',  '=',  ';', ',',  '\0'};
     std::uniform_int_distribution<size_t> len_dist(0, max_len);
     std::uniform_int_distribution<int> kind(0, 9);
     std::uniform_int_distribution<size_t> pick(0, sizeof(special) - 1);
@@ -30,15 +30,13 @@ std::string RandomText(std::mt19937& rng, size_t max_len)
             text += static_cast<char>(letter(rng));
         } else {
             size_t r = run(rng);
-            for (size_t i = 0; i < r; ++i)
-                text += static_cast<char>(letter(rng));
+            for (size_t i = 0; i < r; ++i) text += static_cast<char>(letter(rng));
         }
     }
     return text;
 }
 
-void CheckAgainstReference(const std::string& text)
-{
+void CheckAgainstReference(const std::string& text) {
     std::string comments = CfoDocument::StripComments(text);
     ASSERT_EQ(comments, cforef::StripComments(text));
     std::string blanks = CfoDocument::StripBlanks(comments);
@@ -58,7 +56,8 @@ void CheckAgainstReference(const std::string& text)
     if (!blanks.empty()) {
         size_t start = blanks.size() / 2;
         CfoNode a, b;
-        ASSERT_EQ(CfoDocument::ParseScope(&a, blanks, start), cforef::ParseScope(&b, blanks, start));
+        ASSERT_EQ(CfoDocument::ParseScope(&a, blanks, start),
+                  cforef::ParseScope(&b, blanks, start));
         ASSERT_EQ(cforef::Dump(&a), cforef::Dump(&b));
     }
 
@@ -74,8 +73,7 @@ void CheckAgainstReference(const std::string& text)
 
 }  // namespace
 
-TEST(CfoDifferential, ShortRandomTexts)
-{
+TEST(CfoDifferential, ShortRandomTexts) {
     std::mt19937 rng(12345);
     for (int n = 0; n < 20000; ++n) {
         std::string text = RandomText(rng, 64);
@@ -87,8 +85,7 @@ TEST(CfoDifferential, ShortRandomTexts)
     }
 }
 
-TEST(CfoDifferential, LongRandomTexts)
-{
+TEST(CfoDifferential, LongRandomTexts) {
     std::mt19937 rng(777);
     for (int n = 0; n < 400; ++n) {
         std::string text = RandomText(rng, 4000);
@@ -100,8 +97,7 @@ TEST(CfoDifferential, LongRandomTexts)
     }
 }
 
-TEST(CfoDifferential, StructuredRandomDocuments)
-{
+TEST(CfoDifferential, StructuredRandomDocuments) {
     // Mostly well-formed documents with comments and quotes, so deep trees really form.
     std::mt19937 rng(4242);
     std::uniform_int_distribution<int> op(0, 11);
@@ -112,22 +108,50 @@ TEST(CfoDifferential, StructuredRandomDocuments)
         for (int k = 0; k < 300; ++k) {
             std::string word(1 + k % 7, static_cast<char>(letter(rng)));
             switch (op(rng)) {
-            case 0: text += word + " = " + word + ";\n"; break;
-            case 1: text += word + "={\n"; ++depth; break;
-            case 2: if (depth) { text += "}\n"; --depth; } break;
-            case 3: text += "{" + word + "," + word + "}\n"; break;
-            case 4: text += "// note " + word + "\n"; break;
-            case 5: text += "/* " + word + " */"; break;
-            case 6: text += word + "=\"" + word + " " + word + "\";"; break;
-            case 7: text += word + "=\"a\\\"b\";"; break;
-            case 8: text += "{\n"; ++depth; break;
-            case 9: text += word + ";"; break;
-            case 10: text += word + "=;"; break;
-            default: text += "\r\n\t"; break;
+                case 0:
+                    text += word + " = " + word + ";\n";
+                    break;
+                case 1:
+                    text += word + "={\n";
+                    ++depth;
+                    break;
+                case 2:
+                    if (depth) {
+                        text += "}\n";
+                        --depth;
+                    }
+                    break;
+                case 3:
+                    text += "{" + word + "," + word + "}\n";
+                    break;
+                case 4:
+                    text += "// note " + word + "\n";
+                    break;
+                case 5:
+                    text += "/* " + word + " */";
+                    break;
+                case 6:
+                    text += word + "=\"" + word + " " + word + "\";";
+                    break;
+                case 7:
+                    text += word + "=\"a\\\"b\";";
+                    break;
+                case 8:
+                    text += "{\n";
+                    ++depth;
+                    break;
+                case 9:
+                    text += word + ";";
+                    break;
+                case 10:
+                    text += word + "=;";
+                    break;
+                default:
+                    text += "\r\n\t";
+                    break;
             }
         }
-        while (depth--)
-            text += "}";
+        while (depth--) text += "}";
         CheckAgainstReference(text);
         if (HasFatalFailure()) {
             ADD_FAILURE() << "input: " << testing::PrintToString(text);

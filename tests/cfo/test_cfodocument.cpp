@@ -15,8 +15,7 @@ struct Parsed {
     std::string log;
 };
 
-Parsed ParseInto(CfoDocument& doc, const std::string& text)
-{
+Parsed ParseInto(CfoDocument& doc, const std::string& text) {
     Parsed p;
     testing::internal::CaptureStdout();
     p.ok = doc.Parse(text);
@@ -26,8 +25,7 @@ Parsed ParseInto(CfoDocument& doc, const std::string& text)
 
 }  // namespace
 
-TEST(CfoParse, SimpleEntriesAndRootName)
-{
+TEST(CfoParse, SimpleEntriesAndRootName) {
     CfoDocument doc;
     Parsed p = ParseInto(doc, "Window={ width = 800; height=600; }\nname = hero;\n");
     EXPECT_TRUE(p.ok);
@@ -40,8 +38,7 @@ TEST(CfoParse, SimpleEntriesAndRootName)
     EXPECT_TRUE(links);
 }
 
-TEST(CfoParse, FileOfOnlyCommentsIsEmptyAndTrue)
-{
+TEST(CfoParse, FileOfOnlyCommentsIsEmptyAndTrue) {
     CfoDocument doc;
     Parsed p = ParseInto(doc, "// first line\n/* a block\n   over lines */\n// last line\n");
     EXPECT_TRUE(p.ok);
@@ -51,15 +48,13 @@ TEST(CfoParse, FileOfOnlyCommentsIsEmptyAndTrue)
     EXPECT_EQ(doc.GetName(), "Document");
 }
 
-TEST(CfoParse, EmptyTextIsEmptyAndTrue)
-{
+TEST(CfoParse, EmptyTextIsEmptyAndTrue) {
     CfoDocument doc;
     EXPECT_TRUE(ParseInto(doc, "").ok);
     EXPECT_TRUE(doc.children.empty());
 }
 
-TEST(CfoParse, DuplicateKeysMakeTwoChildrenAndFindChildGivesTheFirst)
-{
+TEST(CfoParse, DuplicateKeysMakeTwoChildrenAndFindChildGivesTheFirst) {
     CfoDocument doc;
     ASSERT_TRUE(ParseInto(doc, "a=1;a=2;").ok);
     EXPECT_EQ(Tree(&doc), "[a|1] [a|2]");
@@ -70,29 +65,25 @@ TEST(CfoParse, DuplicateKeysMakeTwoChildrenAndFindChildGivesTheFirst)
     EXPECT_EQ(doc.FindChild(""), nullptr);
 }
 
-TEST(CfoParse, QuotedValueKeepsBlanksUnquotedLosesThem)
-{
+TEST(CfoParse, QuotedValueKeepsBlanksUnquotedLosesThem) {
     CfoDocument doc;
     ASSERT_TRUE(ParseInto(doc, "q=\"hello big\tworld\";\nu=hello big\tworld;").ok);
     EXPECT_EQ(Tree(&doc), "[q|hello big\tworld] [u|hellobigworld]");
 }
 
-TEST(CfoParse, QuotedSemicolonEndsTheValueAndTheRestIsDropped)
-{
+TEST(CfoParse, QuotedSemicolonEndsTheValueAndTheRestIsDropped) {
     CfoDocument doc;
     ASSERT_TRUE(ParseInto(doc, "a=\"x;y\";b=2;").ok);
     EXPECT_EQ(Tree(&doc), "[a|x] [b|2]");
 }
 
-TEST(CfoParse, CommentBetweenValueAndSemicolonChangesNothing)
-{
+TEST(CfoParse, CommentBetweenValueAndSemicolonChangesNothing) {
     CfoDocument doc;
     ASSERT_TRUE(ParseInto(doc, "a=5 // the count\n;b=6 /* six */ ;c=7;").ok);
     EXPECT_EQ(Tree(&doc), "[a|5] [b|6] [c|7]");
 }
 
-TEST(CfoParse, NestedBlockCommentsCloseWithTwoEnds)
-{
+TEST(CfoParse, NestedBlockCommentsCloseWithTwoEnds) {
     CfoDocument doc;
     ASSERT_TRUE(ParseInto(doc, "/* outer /* inner */ still comment */x=1;").ok);
     EXPECT_EQ(Tree(&doc), "[x|1]");
@@ -101,24 +92,21 @@ TEST(CfoParse, NestedBlockCommentsCloseWithTwoEnds)
     EXPECT_EQ(CfoDocument::StripComments("/* a /* b */ c d"), "");
 }
 
-TEST(CfoParse, LineCommentHoldingBlockStartRemovesTheRest)
-{
+TEST(CfoParse, LineCommentHoldingBlockStartRemovesTheRest) {
     CfoDocument doc;
     ASSERT_TRUE(ParseInto(doc, "a=1;// see /* here\nb=2;\nc={d=3;}\n").ok);
     EXPECT_EQ(Tree(&doc), "[a|1]");
     EXPECT_EQ(CfoDocument::StripComments("a=1;// see /* here\nb=2;\n"), "a=1;");
 }
 
-TEST(CfoParse, LineStartInsideBlockOutlivesTheBlock)
-{
+TEST(CfoParse, LineStartInsideBlockOutlivesTheBlock) {
     // "//" inside a block sets the line flag, which only the next newline clears.
     CfoDocument doc;
     ASSERT_TRUE(ParseInto(doc, "/* // */a=1;\nb=2;").ok);
     EXPECT_EQ(Tree(&doc), "[b|2]");
 }
 
-TEST(CfoParse, EscapedQuoteInsideQuotedValue)
-{
+TEST(CfoParse, EscapedQuoteInsideQuotedValue) {
     CfoDocument doc;
     ASSERT_TRUE(ParseInto(doc, "a=\"say \\\"hi\\\" now\";").ok);
     EXPECT_EQ(Tree(&doc), "[a|say \"hi\" now]");
@@ -126,8 +114,7 @@ TEST(CfoParse, EscapedQuoteInsideQuotedValue)
     EXPECT_EQ(CfoDocument::StripBlanks("a=\\\"b;"), "a=\"b;");
 }
 
-TEST(CfoParse, CloseThenOpenPassesTheCountAndFailsSilently)
-{
+TEST(CfoParse, CloseThenOpenPassesTheCountAndFailsSilently) {
     CfoDocument doc;
     Parsed p = ParseInto(doc, "}{");
     EXPECT_FALSE(p.ok);
@@ -137,8 +124,7 @@ TEST(CfoParse, CloseThenOpenPassesTheCountAndFailsSilently)
     EXPECT_EQ(CfoDocument::ParseScope(&doc, "}{", 0), 0u);
 }
 
-TEST(CfoParse, WrongOrderKeepsThePartBuilt)
-{
+TEST(CfoParse, WrongOrderKeepsThePartBuilt) {
     CfoDocument doc;
     Parsed p = ParseInto(doc, "a=1;b={c=2;}}x=3;{");
     EXPECT_FALSE(p.ok);
@@ -146,8 +132,7 @@ TEST(CfoParse, WrongOrderKeepsThePartBuilt)
     EXPECT_EQ(Tree(&doc), "[a|1] [b|]{[c|2]}");
 }
 
-TEST(CfoParse, TextEndingInBlockEndGetsOneNul)
-{
+TEST(CfoParse, TextEndingInBlockEndGetsOneNul) {
     EXPECT_EQ(CfoDocument::StripComments("a=1;/* c */"), std::string("a=1;\0", 5));
     EXPECT_EQ(CfoDocument::StripComments("a=1;b=2/* c */"), std::string("a=1;b=2\0", 8));
     // The NUL survives the second pass and joins the last token.
@@ -172,8 +157,7 @@ TEST(CfoParse, TextEndingInBlockEndGetsOneNul)
     EXPECT_EQ(scope->children[0]->value, std::string("v\0", 2));
 }
 
-TEST(CfoParse, CharacterAfterBlockEndIsNotACommentStart)
-{
+TEST(CfoParse, CharacterAfterBlockEndIsNotACommentStart) {
     // The "/" right after "*/" is copied, and the "*" after it is then an ordinary byte.
     EXPECT_EQ(CfoDocument::StripComments("/*x*//*z*/a=1;"), "/*z*/a=1;");
     CfoDocument doc;
@@ -183,15 +167,13 @@ TEST(CfoParse, CharacterAfterBlockEndIsNotACommentStart)
     EXPECT_EQ(CfoDocument::StripComments("/*/x"), "x");
 }
 
-TEST(CfoParse, CarriageReturnsAreDropped)
-{
+TEST(CfoParse, CarriageReturnsAreDropped) {
     CfoDocument doc;
     ASSERT_TRUE(ParseInto(doc, "a=1;\r\nb=\"x\ry\";\r\n").ok);
     EXPECT_EQ(Tree(&doc), "[a|1] [b|xy]");
 }
 
-TEST(CfoParse, BraceCountsDifferFailsWithMessage)
-{
+TEST(CfoParse, BraceCountsDifferFailsWithMessage) {
     CfoDocument doc;
     Parsed p = ParseInto(doc, "a={b=1;");
     EXPECT_FALSE(p.ok);
@@ -201,16 +183,14 @@ TEST(CfoParse, BraceCountsDifferFailsWithMessage)
     EXPECT_EQ(doc.GetName(), "Document");  // named before the count
 }
 
-TEST(CfoParse, QuotedBracesAreStillStructure)
-{
+TEST(CfoParse, QuotedBracesAreStillStructure) {
     CfoDocument doc;
     Parsed p = ParseInto(doc, "a=\"{\";");
     EXPECT_FALSE(p.ok);
     EXPECT_EQ(p.log, "Parse failed: Missing scopes\n");
 }
 
-TEST(CfoGrammar, EmptyValueMakesNothingAndTheKeyNamesTheNextScope)
-{
+TEST(CfoGrammar, EmptyValueMakesNothingAndTheKeyNamesTheNextScope) {
     CfoDocument doc;
     ASSERT_TRUE(ParseInto(doc, "a=;{x=1;}").ok);
     EXPECT_EQ(Tree(&doc), "[a|]{[x|1]}");
@@ -219,8 +199,7 @@ TEST(CfoGrammar, EmptyValueMakesNothingAndTheKeyNamesTheNextScope)
     EXPECT_EQ(Tree(&doc2), "[b|2]");
 }
 
-TEST(CfoGrammar, TextBeforeBraceJoinsTheNextWord)
-{
+TEST(CfoGrammar, TextBeforeBraceJoinsTheNextWord) {
     CfoDocument doc;
     ASSERT_TRUE(ParseInto(doc, "abc{}def;").ok);
     EXPECT_EQ(Tree(&doc), "[|]");
@@ -237,8 +216,7 @@ TEST(CfoGrammar, TextBeforeBraceJoinsTheNextWord)
     EXPECT_EQ(Tree(&doc3), "[s|]{[k|]}");
 }
 
-TEST(CfoGrammar, BareLastWordBeforeCloseIsAChild)
-{
+TEST(CfoGrammar, BareLastWordBeforeCloseIsAChild) {
     CfoDocument doc;
     ASSERT_TRUE(ParseInto(doc, "s={a=1;last}").ok);
     EXPECT_EQ(Tree(&doc), "[s|]{[a|1] [last|]}");
@@ -248,8 +226,7 @@ TEST(CfoGrammar, BareLastWordBeforeCloseIsAChild)
     EXPECT_EQ(Tree(&doc2), "[s|]{[a|1]}");
 }
 
-TEST(CfoGrammar, TableRowsAreAnonymousScopesWithOneBareWord)
-{
+TEST(CfoGrammar, TableRowsAreAnonymousScopesWithOneBareWord) {
     CfoDocument doc;
     ASSERT_TRUE(ParseInto(doc, "geometry={\n {1,2,3,4}\n {5,6,7,8}\n}\nbad={1,2,3,4;}").ok);
     EXPECT_EQ(Tree(&doc), "[geometry|]{[|]{[1,2,3,4|]} [|]{[5,6,7,8|]}} [bad|]");
@@ -264,15 +241,13 @@ TEST(CfoGrammar, TableRowsAreAnonymousScopesWithOneBareWord)
     EXPECT_TRUE(doc.FindChild("bad")->children.empty());
 }
 
-TEST(CfoGrammar, NoSemicolonNeededAfterClose)
-{
+TEST(CfoGrammar, NoSemicolonNeededAfterClose) {
     CfoDocument doc;
     ASSERT_TRUE(ParseInto(doc, "a={x=1;}b={y=2;};c=3;").ok);
     EXPECT_EQ(Tree(&doc), "[a|]{[x|1]} [b|]{[y|2]} [c|3]");
 }
 
-TEST(CfoGrammar, LaterEqualsOverwritesThePendingKey)
-{
+TEST(CfoGrammar, LaterEqualsOverwritesThePendingKey) {
     CfoDocument doc;
     ASSERT_TRUE(ParseInto(doc, "a=b=c;").ok);
     EXPECT_EQ(Tree(&doc), "[b|c]");
@@ -281,8 +256,7 @@ TEST(CfoGrammar, LaterEqualsOverwritesThePendingKey)
     EXPECT_EQ(Tree(&doc2), "[a|1]");
 }
 
-TEST(CfoGrammar, ChildScopesGetIndicesInOrderOfClosing)
-{
+TEST(CfoGrammar, ChildScopesGetIndicesInOrderOfClosing) {
     CfoDocument doc;
     ASSERT_TRUE(ParseInto(doc, "a={b={}c=1;}d=2;").ok);
     EXPECT_EQ(Tree(&doc), "[a|]{[b|] [c|1]} [d|2]");
@@ -295,8 +269,7 @@ TEST(CfoGrammar, ChildScopesGetIndicesInOrderOfClosing)
     EXPECT_EQ(a->NextSibling(), doc.FindChild("d"));
 }
 
-TEST(CfoParse, NulByteInTheMiddleIsAnOrdinaryByte)
-{
+TEST(CfoParse, NulByteInTheMiddleIsAnOrdinaryByte) {
     CfoDocument doc;
     std::string text("a=x\0y;b=2;", 10);
     ASSERT_TRUE(ParseInto(doc, text).ok);
@@ -305,8 +278,7 @@ TEST(CfoParse, NulByteInTheMiddleIsAnOrdinaryByte)
     EXPECT_EQ(doc.children[1]->value, "2");
 }
 
-TEST(CfoParse, UnbalancedAndStrayBraces)
-{
+TEST(CfoParse, UnbalancedAndStrayBraces) {
     const char* failing[] = {"{", "}", "{{}", "a={b=1;}}", "}}{{", "a=1;}b={"};
     for (const char* text : failing) {
         CfoDocument doc;

@@ -16,19 +16,16 @@ int nothrow_calls = 0;
 
 // The builder allocates its nodes with the no-throw form; the rest of the program does
 // not use it, so failing it on demand hits only the builder.
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept
-{
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
     ++nothrow_calls;
-    if (fail_countdown > 0 && --fail_countdown == 0)
-        return nullptr;
+    if (fail_countdown > 0 && --fail_countdown == 0) return nullptr;
     // The ordinary form, so that the matching delete is the ordinary one too.
     return ::operator new(size);
 }
 
 namespace {
 
-std::string ParseFailing(const std::string& text, int nth, bool* ok)
-{
+std::string ParseFailing(const std::string& text, int nth, bool* ok) {
     CfoDocument doc;
     fail_countdown = nth;
     *ok = doc.Parse(text);
@@ -38,16 +35,14 @@ std::string ParseFailing(const std::string& text, int nth, bool* ok)
 
 }  // namespace
 
-TEST(CfoMemory, BuilderUsesTheNoThrowForm)
-{
+TEST(CfoMemory, BuilderUsesTheNoThrowForm) {
     CfoDocument doc;
     int before = nothrow_calls;
     ASSERT_TRUE(doc.Parse("a={b=1;}c=2;"));
     EXPECT_EQ(nothrow_calls - before, 3);
 }
 
-TEST(CfoMemory, SkippedNodesLoseTheirChildren)
-{
+TEST(CfoMemory, SkippedNodesLoseTheirChildren) {
     const std::string text = "a={b=1;{x}}c=2;";
     bool ok = false;
     EXPECT_EQ(ParseFailing(text, 0, &ok), "[a|]{[b|1] [|]{[x|]}} [c|2]");

@@ -7,8 +7,7 @@
 #include "cfo/cfodocument.h"
 #include "cfo/cforeaders.h"
 
-TEST(CfoReaders, BoolIsAtoiAboveZero)
-{
+TEST(CfoReaders, BoolIsAtoiAboveZero) {
     CfoNode node;
     node.NewChild("one", "1");
     node.NewChild("seven", "  7abc");
@@ -36,8 +35,7 @@ TEST(CfoReaders, BoolIsAtoiAboveZero)
     EXPECT_FALSE(b);
 }
 
-TEST(CfoReaders, AbsentKeyReturnsFalseAndKeepsTheDefault)
-{
+TEST(CfoReaders, AbsentKeyReturnsFalseAndKeepsTheDefault) {
     CfoNode node;
     node.NewChild("Key", "5");
     bool b = true;
@@ -63,8 +61,7 @@ TEST(CfoReaders, AbsentKeyReturnsFalseAndKeepsTheDefault)
     EXPECT_EQ(v3, HVector3(1, 2, 3));
 }
 
-TEST(CfoReaders, IntAndUIntFollowAtoi)
-{
+TEST(CfoReaders, IntAndUIntFollowAtoi) {
     CfoNode node;
     node.NewChild("a", "42");
     node.NewChild("b", "-17px");
@@ -97,8 +94,7 @@ TEST(CfoReaders, IntAndUIntFollowAtoi)
     EXPECT_EQ(u, 42u);
 }
 
-TEST(CfoReaders, FloatFollowsAtof)
-{
+TEST(CfoReaders, FloatFollowsAtof) {
     CfoNode node;
     node.NewChild("a", "1.5");
     node.NewChild("b", "2.5e-1x");
@@ -121,8 +117,7 @@ TEST(CfoReaders, FloatFollowsAtof)
     EXPECT_TRUE(std::isinf(f) && f < 0);
 }
 
-TEST(CfoReaders, StringIsCopiedUnchanged)
-{
+TEST(CfoReaders, StringIsCopiedUnchanged) {
     CfoNode node;
     node.NewChild("s", " two  blanks ");
     node.NewChild("s", "second");
@@ -131,8 +126,7 @@ TEST(CfoReaders, StringIsCopiedUnchanged)
     EXPECT_EQ(s, " two  blanks ");
 }
 
-TEST(CfoReaders, Vectors)
-{
+TEST(CfoReaders, Vectors) {
     CfoNode node;
     node.NewChild("two", "1,2");
     node.NewChild("empty", "");
@@ -168,10 +162,10 @@ TEST(CfoReaders, Vectors)
     EXPECT_EQ(v2, HVector2(1, 2));
 }
 
-TEST(CfoReaders, ReadFromAParsedDocument)
-{
+TEST(CfoReaders, ReadFromAParsedDocument) {
     CfoDocument doc;
-    ASSERT_TRUE(doc.Parse("Window={ width=1024; fullscreen=0; title=\"Velmora demo\"; pos=1.5,2,3; }"));
+    ASSERT_TRUE(
+        doc.Parse("Window={ width=1024; fullscreen=0; title=\"Velmora demo\"; pos=1.5,2,3; }"));
     CfoNode* window = doc.FindChild("Window");
     ASSERT_NE(window, nullptr);
     int32_t width = 800, height = 600;

@@ -7,8 +7,7 @@
 #include "cfo/cfodocument.h"
 #include "cfo_reference.h"
 
-TEST(CfoWriter, ExactLayout)
-{
+TEST(CfoWriter, ExactLayout) {
     CfoDocument doc;
     CfoNode* a = doc.NewChild("a");
     a->NewChild("x", "1");
@@ -20,24 +19,21 @@ TEST(CfoWriter, ExactLayout)
     EXPECT_EQ(out, "a={\n\tx=1;\n\tinner={\n\t\ty=2;\n\t}\n}\nb=3;\n");
 }
 
-TEST(CfoWriter, EmptyRootWritesNothing)
-{
+TEST(CfoWriter, EmptyRootWritesNothing) {
     CfoDocument doc;
     std::string out = "kept";
     doc.Serialise(out);
     EXPECT_EQ(out, "kept");
 }
 
-TEST(CfoWriter, NodeWithNeitherValueNorChildrenHasNoLineEnd)
-{
+TEST(CfoWriter, NodeWithNeitherValueNorChildrenHasNoLineEnd) {
     CfoNode node("bare");
     std::string out;
     CfoDocument::WriteNode(&node, "  ", out);
     EXPECT_EQ(out, "  bare");
 }
 
-TEST(CfoWriter, NodeWithValueAndChildrenReadsBackAsAnonymousScope)
-{
+TEST(CfoWriter, NodeWithValueAndChildrenReadsBackAsAnonymousScope) {
     CfoDocument doc;
     CfoNode* k = doc.NewChild("k", "v");
     k->NewChild("c", "1");
@@ -49,8 +45,7 @@ TEST(CfoWriter, NodeWithValueAndChildrenReadsBackAsAnonymousScope)
     EXPECT_EQ(cforef::Tree(&back), "[k|v] [|]{[c|1]}");
 }
 
-TEST(CfoWriter, BlanksInValuesAreLostOnReading)
-{
+TEST(CfoWriter, BlanksInValuesAreLostOnReading) {
     CfoDocument doc;
     doc.NewChild("title", "two words");
     std::string out;
@@ -61,8 +56,7 @@ TEST(CfoWriter, BlanksInValuesAreLostOnReading)
     EXPECT_EQ(cforef::Tree(&back), "[title|twowords]");
 }
 
-TEST(CfoWriter, TableRowsRoundTrip)
-{
+TEST(CfoWriter, TableRowsRoundTrip) {
     CfoDocument doc;
     CfoNode* table = doc.NewChild("geometry");
     table->NewChild()->NewChild("1,2,3");
@@ -80,8 +74,7 @@ namespace {
 // A random tree that the writer can represent: values without blanks or structure
 // bytes, no node with both a value and children, and a childless, valueless node only
 // as the last child of a scope (where it reads back as the bare last word).
-void Grow(CfoNode* node, std::mt19937& rng, int depth, bool top)
-{
+void Grow(CfoNode* node, std::mt19937& rng, int depth, bool top) {
     static const char alphabet[] = "abcxyzABC019_.,-+";
     std::uniform_int_distribution<size_t> ch(0, sizeof(alphabet) - 2);
     std::uniform_int_distribution<int> count(top ? 1 : 0, 5);
@@ -89,8 +82,7 @@ void Grow(CfoNode* node, std::mt19937& rng, int depth, bool top)
     std::uniform_int_distribution<int> len(1, 8);
     auto word = [&] {
         std::string w;
-        for (int i = len(rng); i > 0; --i)
-            w += alphabet[ch(rng)];
+        for (int i = len(rng); i > 0; --i) w += alphabet[ch(rng)];
         return w;
     };
     int n = count(rng);
@@ -103,14 +95,12 @@ void Grow(CfoNode* node, std::mt19937& rng, int depth, bool top)
             Grow(scope, rng, depth + 1, true);
         }
     }
-    if (!top && std::uniform_int_distribution<int>(0, 2)(rng) == 0)
-        node->NewChild(word());
+    if (!top && std::uniform_int_distribution<int>(0, 2)(rng) == 0) node->NewChild(word());
 }
 
 }  // namespace
 
-TEST(CfoWriter, RandomTreesRoundTrip)
-{
+TEST(CfoWriter, RandomTreesRoundTrip) {
     std::mt19937 rng(99);
     for (int n = 0; n < 300; ++n) {
         CfoDocument doc;

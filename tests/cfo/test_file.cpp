@@ -12,15 +12,13 @@ using cfotest::ReadNative;
 using cfotest::TempDir;
 using cfotest::WriteNative;
 
-TEST(CfoFile, InitIsOnceAndSucceeds)
-{
+TEST(CfoFile, InitIsOnceAndSucceeds) {
     EXPECT_TRUE(FileSystemInit());
     EXPECT_TRUE(FileSystemInit());
     ASSERT_FALSE(TempDir().empty());
 }
 
-TEST(CfoFile, ReadsAWholeFile)
-{
+TEST(CfoFile, ReadsAWholeFile) {
     ASSERT_FALSE(TempDir().empty());
     WriteNative("hello.txt", std::string("hello\0world", 11));
     File file("hello.txt", File::READ);
@@ -31,8 +29,7 @@ TEST(CfoFile, ReadsAWholeFile)
     EXPECT_EQ(std::string(file.Data(), file.Length()), std::string("hello\0world", 11));
 }
 
-TEST(CfoFile, ReadsInObjects)
-{
+TEST(CfoFile, ReadsInObjects) {
     ASSERT_FALSE(TempDir().empty());
     WriteNative("objects.bin", "abcdefghij");
     File file("objects.bin", File::READ);
@@ -44,8 +41,7 @@ TEST(CfoFile, ReadsInObjects)
     EXPECT_EQ(file.Read(buf, 0, 1), 0);
 }
 
-TEST(CfoFile, MissingFileHasNoHandle)
-{
+TEST(CfoFile, MissingFileHasNoHandle) {
     ASSERT_FALSE(TempDir().empty());
     File file("no/such/file.cfo", File::READ);
     EXPECT_FALSE(file.IsOpen());
@@ -57,8 +53,7 @@ TEST(CfoFile, MissingFileHasNoHandle)
     EXPECT_EQ(file.Write("abcd", 1, 4), 0);
 }
 
-TEST(CfoFile, EmptyFileReadsNothing)
-{
+TEST(CfoFile, EmptyFileReadsNothing) {
     ASSERT_FALSE(TempDir().empty());
     WriteNative("empty.cfo", "");
     File file("empty.cfo", File::READ);
@@ -67,8 +62,7 @@ TEST(CfoFile, EmptyFileReadsNothing)
     EXPECT_EQ(file.ReadAll(), 0);
 }
 
-TEST(CfoFile, WritesIntoTheWriteFolder)
-{
+TEST(CfoFile, WritesIntoTheWriteFolder) {
     ASSERT_FALSE(TempDir().empty());
     {
         File file("written.bin", File::WRITE);
@@ -79,26 +73,24 @@ TEST(CfoFile, WritesIntoTheWriteFolder)
     EXPECT_EQ(ReadNative("written.bin"), "abcdef");
 }
 
-TEST(CfoFile, UnknownModeOpensNothing)
-{
+TEST(CfoFile, UnknownModeOpensNothing) {
     ASSERT_FALSE(TempDir().empty());
     WriteNative("mode.txt", "x");
     File file("mode.txt", 3);
     EXPECT_FALSE(file.IsOpen());
 }
 
-TEST(CfoLoad, MissingDocumentPrintsNotFound)
-{
+TEST(CfoLoad, MissingDocumentPrintsNotFound) {
     ASSERT_FALSE(TempDir().empty());
     CfoDocument doc;
     testing::internal::CaptureStdout();
     EXPECT_FALSE(doc.LoadFile("scenes/absent.cfo"));
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "CFO Document 'scenes/absent.cfo' not found\n");
+    EXPECT_EQ(testing::internal::GetCapturedStdout(),
+              "CFO Document 'scenes/absent.cfo' not found\n");
     EXPECT_TRUE(doc.children.empty());
 }
 
-TEST(CfoLoad, EmptyDocumentPrintsNotFound)
-{
+TEST(CfoLoad, EmptyDocumentPrintsNotFound) {
     ASSERT_FALSE(TempDir().empty());
     WriteNative("empty_doc.cfo", "");
     CfoDocument doc;
@@ -107,10 +99,10 @@ TEST(CfoLoad, EmptyDocumentPrintsNotFound)
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "CFO Document 'empty_doc.cfo' not found\n");
 }
 
-TEST(CfoLoad, LoadsAndParses)
-{
+TEST(CfoLoad, LoadsAndParses) {
     ASSERT_FALSE(TempDir().empty());
-    WriteNative("conf.cfo", "// configuration\r\nWindow={ width=640; }\r\nSceneManager={ {1,2} }\r\n");
+    WriteNative("conf.cfo",
+                "// configuration\r\nWindow={ width=640; }\r\nSceneManager={ {1,2} }\r\n");
     CfoDocument doc;
     testing::internal::CaptureStdout();
     EXPECT_TRUE(doc.LoadFile("conf.cfo"));
@@ -119,8 +111,7 @@ TEST(CfoLoad, LoadsAndParses)
     EXPECT_EQ(cforef::Tree(&doc), "[Window|]{[width|640]} [SceneManager|]{[|]{[1,2|]}}");
 }
 
-TEST(CfoLoad, UnbalancedFileFailsWithMessage)
-{
+TEST(CfoLoad, UnbalancedFileFailsWithMessage) {
     ASSERT_FALSE(TempDir().empty());
     WriteNative("broken.cfo", "a={b=1;");
     CfoDocument doc;
@@ -129,8 +120,7 @@ TEST(CfoLoad, UnbalancedFileFailsWithMessage)
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "Parse failed: Missing scopes\n");
 }
 
-TEST(CfoSave, WritesTheSerialisedTree)
-{
+TEST(CfoSave, WritesTheSerialisedTree) {
     ASSERT_FALSE(TempDir().empty());
     CfoDocument doc;
     CfoNode* window = doc.NewChild("Window");

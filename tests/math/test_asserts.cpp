@@ -38,7 +38,8 @@ TEST(MathAssertDeathTest, Vector3DivisionByZero) {
 
 TEST(MathAssertDeathTest, Matrix3Column) {
     HMatrix3 m;
-    EXPECT_DEATH((void)m.GetColumn(3), "hmatrix3\\.cpp:[0-9]+: .*Assertion `0 <= iCol && iCol < 3' failed");
+    EXPECT_DEATH((void)m.GetColumn(3),
+                 "hmatrix3\\.cpp:[0-9]+: .*Assertion `0 <= iCol && iCol < 3' failed");
     EXPECT_DEATH((void)m.GetColumn(-1), "Assertion `0 <= iCol && iCol < 3' failed");
     EXPECT_DEATH(m.SetColumn(3, HVector3::ZERO), "Assertion `0 <= iCol && iCol < 3' failed");
 }
@@ -60,7 +61,8 @@ TEST(MathAssertDeathTest, Matrix4Row) {
 TEST(MathAssertDeathTest, CornersOfANullBox) {
     HAxisAlignedBox box;
     EXPECT_DEATH((void)box.GetAllCorners(),
-                 "haxisalignedbox\\.h:[0-9]+: .*Assertion `!mNull && \"Can't get corners of a null AAB\"' failed");
+                 "haxisalignedbox\\.h:[0-9]+: .*Assertion `!mNull && \"Can't get corners of a null "
+                 "AAB\"' failed");
 }
 
 TEST(MathAssert, InRangeUseDoesNotAssert) {

@@ -200,14 +200,16 @@ TEST(SphereSphere, TouchingCounts) {
 }
 
 TEST(CalculateTangent, AlongTheSCoordinate) {
-    HVector3 t = CalculateTangent(HVector3(0, 0, 0), HVector3(1, 0, 0), HVector3(0, 1, 0),
-                                  0, 0, 1, 0, 0, 1);
+    HVector3 t =
+        CalculateTangent(HVector3(0, 0, 0), HVector3(1, 0, 0), HVector3(0, 1, 0), 0, 0, 1, 0, 0, 1);
     EXPECT_EQ(t, HVector3(1, 0, 0));
     // Mirrored t coordinate: tangent × binormal already points along the normal.
-    t = CalculateTangent(HVector3(0, 0, 0), HVector3(1, 0, 0), HVector3(0, 1, 0), 0, 0, 1, 0, 0, -1);
+    t = CalculateTangent(HVector3(0, 0, 0), HVector3(1, 0, 0), HVector3(0, 1, 0), 0, 0, 1, 0, 0,
+                         -1);
     EXPECT_EQ(t, HVector3(1, 0, 0));
     // Scaled positions and texture axes rotated by 90°.
-    t = CalculateTangent(HVector3(0, 0, 0), HVector3(0, 2, 0), HVector3(-2, 0, 0), 0, 0, 1, 0, 0, 1);
+    t = CalculateTangent(HVector3(0, 0, 0), HVector3(0, 2, 0), HVector3(-2, 0, 0), 0, 0, 1, 0, 0,
+                         1);
     EXPECT_EQ(t, HVector3(0, 1, 0));
 }
 

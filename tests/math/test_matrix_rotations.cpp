@@ -27,12 +27,30 @@ struct Order {
     HVector3 axes[3];
 };
 const Order kOrders[6] = {
-    {"XYZ", &HMatrix3::FromEulerAnglesXYZ, &HMatrix3::ToEulerAnglesXYZ, {HVector3::UNIT_X, HVector3::UNIT_Y, HVector3::UNIT_Z}},
-    {"XZY", &HMatrix3::FromEulerAnglesXZY, &HMatrix3::ToEulerAnglesXZY, {HVector3::UNIT_X, HVector3::UNIT_Z, HVector3::UNIT_Y}},
-    {"YXZ", &HMatrix3::FromEulerAnglesYXZ, &HMatrix3::ToEulerAnglesYXZ, {HVector3::UNIT_Y, HVector3::UNIT_X, HVector3::UNIT_Z}},
-    {"YZX", &HMatrix3::FromEulerAnglesYZX, &HMatrix3::ToEulerAnglesYZX, {HVector3::UNIT_Y, HVector3::UNIT_Z, HVector3::UNIT_X}},
-    {"ZXY", &HMatrix3::FromEulerAnglesZXY, &HMatrix3::ToEulerAnglesZXY, {HVector3::UNIT_Z, HVector3::UNIT_X, HVector3::UNIT_Y}},
-    {"ZYX", &HMatrix3::FromEulerAnglesZYX, &HMatrix3::ToEulerAnglesZYX, {HVector3::UNIT_Z, HVector3::UNIT_Y, HVector3::UNIT_X}},
+    {"XYZ",
+     &HMatrix3::FromEulerAnglesXYZ,
+     &HMatrix3::ToEulerAnglesXYZ,
+     {HVector3::UNIT_X, HVector3::UNIT_Y, HVector3::UNIT_Z}},
+    {"XZY",
+     &HMatrix3::FromEulerAnglesXZY,
+     &HMatrix3::ToEulerAnglesXZY,
+     {HVector3::UNIT_X, HVector3::UNIT_Z, HVector3::UNIT_Y}},
+    {"YXZ",
+     &HMatrix3::FromEulerAnglesYXZ,
+     &HMatrix3::ToEulerAnglesYXZ,
+     {HVector3::UNIT_Y, HVector3::UNIT_X, HVector3::UNIT_Z}},
+    {"YZX",
+     &HMatrix3::FromEulerAnglesYZX,
+     &HMatrix3::ToEulerAnglesYZX,
+     {HVector3::UNIT_Y, HVector3::UNIT_Z, HVector3::UNIT_X}},
+    {"ZXY",
+     &HMatrix3::FromEulerAnglesZXY,
+     &HMatrix3::ToEulerAnglesZXY,
+     {HVector3::UNIT_Z, HVector3::UNIT_X, HVector3::UNIT_Y}},
+    {"ZYX",
+     &HMatrix3::FromEulerAnglesZYX,
+     &HMatrix3::ToEulerAnglesZYX,
+     {HVector3::UNIT_Z, HVector3::UNIT_Y, HVector3::UNIT_X}},
 };
 }  // namespace
 

@@ -288,7 +288,8 @@ TEST(HQuaternion, SlerpWithoutShortestPathIsNotNormalised) {
 TEST(HQuaternion, SlerpExtraSpins) {
     HQuaternion p = HQuaternion::IDENTITY;
     HQuaternion q(HMath::HALF_PI, HVector3::UNIT_Z);
-    ExpectQuatNear(HQuaternion::SlerpExtraSpins(0.3f, p, q, 0), HQuaternion::Slerp(0.3f, p, q), 1e-6f);
+    ExpectQuatNear(HQuaternion::SlerpExtraSpins(0.3f, p, q, 0), HQuaternion::Slerp(0.3f, p, q),
+                   1e-6f);
     // One spin, t = 0.5: phase π/2, so the coefficients are ∓sin(3π/8)/sin(π/4).
     HQuaternion s = HQuaternion::SlerpExtraSpins(0.5f, p, q, 1);
     EXPECT_NEAR(s.w, -0.3826834f, 1e-5f);

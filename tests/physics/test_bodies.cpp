@@ -207,7 +207,7 @@ TEST(PhysicsCharacter, LoadKeysInOrder) {
     EXPECT_EQ(c.moveFriction, 2.0f);
     EXPECT_EQ(c.turnFriction, 3.0f);
     EXPECT_EQ(c.moveSpeed, 200.0f);
-    EXPECT_EQ(c.runSpeed, 1500.0f);  // not derived again from move_speed
+    EXPECT_EQ(c.runSpeed, 1500.0f);     // not derived again from move_speed
     EXPECT_EQ(c.fastTurnSpeed, 50.0f);  // without the key: the turn speed
     EXPECT_EQ(c.wanderRange, 7.0f);
     EXPECT_EQ(c.wanderRate, 8.0f);
@@ -445,10 +445,10 @@ TEST(PhysicsCharacter, IsFacingAndIsNear) {
     PhysicsCharacter c;
     MakeReady(c);
     EXPECT_TRUE(c.IsFacing(HVector2(100.0f, 0.0f), 90.0f));
-    EXPECT_TRUE(c.IsFacing(HVector2(100.0f, 99.0f), 90.0f));   // 44.7 degrees off
-    EXPECT_FALSE(c.IsFacing(HVector2(100.0f, 101.0f), 90.0f)); // 45.3 degrees off
-    EXPECT_FALSE(c.IsFacing(HVector2(-100.0f, 0.0f), 90.0f));  // behind
-    EXPECT_TRUE(c.IsFacing(HVector2(-2.0f, 0.0f), 10.0f));     // |v|² below 8
+    EXPECT_TRUE(c.IsFacing(HVector2(100.0f, 99.0f), 90.0f));    // 44.7 degrees off
+    EXPECT_FALSE(c.IsFacing(HVector2(100.0f, 101.0f), 90.0f));  // 45.3 degrees off
+    EXPECT_FALSE(c.IsFacing(HVector2(-100.0f, 0.0f), 90.0f));   // behind
+    EXPECT_TRUE(c.IsFacing(HVector2(-2.0f, 0.0f), 10.0f));      // |v|² below 8
     EXPECT_TRUE(c.IsNear(HVector2(3.0f, 0.0f), 3.1f));
     EXPECT_FALSE(c.IsNear(HVector2(3.0f, 0.0f), 3.0f));
 }
@@ -495,7 +495,8 @@ TEST(PhysicsCharacter, WanderTurnsAndMoves) {
     EXPECT_GE(c.wanderValue, -50.0f);
     EXPECT_LE(c.wanderValue, 50.0f);
     // w = 2/10·value·10000, torque w/5, then w·0.1·0.05
-    EXPECT_FLOAT_EQ(c.body.angularVelocity, (2.0f / 10.0f) * c.wanderValue * 10000.0f / 5.0f * 0.1f * 0.05f);
+    EXPECT_FLOAT_EQ(c.body.angularVelocity,
+                    (2.0f / 10.0f) * c.wanderValue * 10000.0f / 5.0f * 0.1f * 0.05f);
     // A wander range of 0 turns nothing rather than dividing by zero.
     PhysicsCharacter z;
     MakeReady(z);

@@ -186,8 +186,8 @@ TEST(PhysicsCollision, GetIntervalAndIntervalIntersect) {
     PhysicsMatrix id;
     float taxis = 99.0f;
     // Offset 1.5 along x: [0.5, 2.5] against [-1, 1]: overlap -0.5.
-    EXPECT_TRUE(IntervalIntersect(sq, 4, sq, 4, HVector2(1, 0), HVector2(1.5f, 0), HVector2(0, 0), id,
-                                  taxis, 0.0f));
+    EXPECT_TRUE(IntervalIntersect(sq, 4, sq, 4, HVector2(1, 0), HVector2(1.5f, 0), HVector2(0, 0),
+                                  id, taxis, 0.0f));
     EXPECT_EQ(taxis, -0.5f);
     // Apart and not moving: false.
     EXPECT_FALSE(IntervalIntersect(sq, 4, sq, 4, HVector2(1, 0), HVector2(3, 0), HVector2(0, 0), id,
@@ -237,7 +237,8 @@ TEST(PhysicsCollision, SupportPointsAndTransformContact) {
     EXPECT_EQ(S[0], HVector2(9, -1));
     EXPECT_EQ(S[1], HVector2(9, 1));
     // Along (1,1): a single corner.
-    n = FindSupportPoints(HVector2(1, 1).NormalisedCopy(), 0.0f, sq, 4, HVector2(0, 0), HVector2(0, 0), id, S);
+    n = FindSupportPoints(HVector2(1, 1).NormalisedCopy(), 0.0f, sq, 4, HVector2(0, 0),
+                          HVector2(0, 0), id, S);
     ASSERT_EQ(n, 1);
     EXPECT_EQ(S[0], HVector2(-1, -1));
     // Three points in a line keep the two extremes.
@@ -247,8 +248,10 @@ TEST(PhysicsCollision, SupportPointsAndTransformContact) {
     EXPECT_EQ(S[0], HVector2(0, 0));
     EXPECT_EQ(S[1], HVector2(2, 0));
 
-    EXPECT_EQ(TransformContact(HVector2(1, 0), HVector2(5, 5), HVector2(2, 0), id, 0.5f), HVector2(7, 5));
-    EXPECT_EQ(TransformContact(HVector2(1, 0), HVector2(5, 5), HVector2(2, 0), id, -0.5f), HVector2(6, 5));
+    EXPECT_EQ(TransformContact(HVector2(1, 0), HVector2(5, 5), HVector2(2, 0), id, 0.5f),
+              HVector2(7, 5));
+    EXPECT_EQ(TransformContact(HVector2(1, 0), HVector2(5, 5), HVector2(2, 0), id, -0.5f),
+              HVector2(6, 5));
     PhysicsMatrix r90 = PhysicsMatrix::FromDegrees(90.0f);
     HVector2 c = TransformContact(HVector2(1, 0), HVector2(0, 0), HVector2(0, 0), r90, 0.0f);
     EXPECT_NEAR(c.x, 0.0f, 1e-6);
@@ -588,8 +591,8 @@ bool BruteOverlap(const WorldPoly& a, const WorldPoly& b) {
         if (PointInConvex(a, b.x[i], b.y[i])) return true;
     for (int i = 0; i < a.n; i++)
         for (int j = 0; j < b.n; j++)
-            if (SegmentsCross(a.x[i], a.y[i], a.x[(i + 1) % a.n], a.y[(i + 1) % a.n], b.x[j], b.y[j],
-                              b.x[(j + 1) % b.n], b.y[(j + 1) % b.n]))
+            if (SegmentsCross(a.x[i], a.y[i], a.x[(i + 1) % a.n], a.y[(i + 1) % a.n], b.x[j],
+                              b.y[j], b.x[(j + 1) % b.n], b.y[(j + 1) % b.n]))
                 return true;
     return false;
 }
@@ -665,7 +668,8 @@ TEST(PhysicsProperties, CollideSeparatesFromAStaticBody) {
 
 // The separating-axis test written out one axis at a time from the public pieces: the
 // grouped form in PhysicsBody must give the same answer, normal and time to the bit.
-static bool ReferenceFindCollision(const PhysicsBody& a, const PhysicsBody& b, HVector2& N, float& t) {
+static bool ReferenceFindCollision(const PhysicsBody& a, const PhysicsBody& b, HVector2& N,
+                                   float& t) {
     const int nA = int(a.vertices.size()), nB = int(b.vertices.size());
     if (nA < 2 && nB < 2) return false;
     if (nA == 0 || nB == 0) return false;

@@ -38,7 +38,8 @@ void MakeCharacter(PhysicsCharacter& c, HVector2 at, float radius) {
 std::vector<GenericCollisionEvent*> Queued(EventManager& events) {
     std::vector<GenericCollisionEvent*> out;
     for (BaseEvent* e : *events.next) {
-        if (e->GetTypeName() == "GenericCollisionEvent") out.push_back(static_cast<GenericCollisionEvent*>(e));
+        if (e->GetTypeName() == "GenericCollisionEvent")
+            out.push_back(static_cast<GenericCollisionEvent*>(e));
     }
     return out;
 }
@@ -46,7 +47,9 @@ std::vector<GenericCollisionEvent*> Queued(EventManager& events) {
 // Reference of the key hash in 64-bit arithmetic, reduced to 32 bits after every step.
 int32_t ReferenceHash(int32_t a, int32_t b) {
     auto wrap = [](int64_t v) { return int32_t(uint32_t(uint64_t(v) & 0xffffffffu)); };
-    auto sar = [](int32_t v, int n) { return int32_t(v < 0 ? ~(~int64_t(v) >> n) : int64_t(v) >> n); };
+    auto sar = [](int32_t v, int n) {
+        return int32_t(v < 0 ? ~(~int64_t(v) >> n) : int64_t(v) >> n);
+    };
     int32_t h = a;
     h = wrap(int64_t(h) + int64_t(uint64_t(uint32_t(h)) << 10));
     h ^= sar(h, 6);
@@ -93,7 +96,9 @@ TEST(PhysicsManager, HandlersRegisteredInTableOrder) {
     EXPECT_EQ(m.FindHandler(s, r)->GetFirstTypeName(), "PhysicsStaticGeometry");
     // Keys are their hashes: a reversed pair finds nothing unless its hash is taken.
     std::vector<int32_t> taken = {PairHash(c, s), PairHash(c, c), PairHash(c, r), PairHash(s, r)};
-    auto isTaken = [&](int32_t h) { return std::find(taken.begin(), taken.end(), h) != taken.end(); };
+    auto isTaken = [&](int32_t h) {
+        return std::find(taken.begin(), taken.end(), h) != taken.end();
+    };
     if (!isTaken(PairHash(r, s))) {
         EXPECT_EQ(m.FindHandler(r, s), nullptr);
     }
@@ -144,7 +149,7 @@ TEST(PhysicsManager, SoonFrameMovesNothingButSeparates) {
     Entity e1, e2;
     PhysicsCharacter c;
     PhysicsStaticGeometry w;
-    MakeCharacter(c, HVector2(0.0f, 0.0f), 2.0f);  // vertices 1 from the centre
+    MakeCharacter(c, HVector2(0.0f, 0.0f), 2.0f);   // vertices 1 from the centre
     MakeWall(w, HVector2(1.5f, 0.0f), 1.0f, 5.0f);  // left face at x = 0.5
     c.body.velocity = HVector2(30.0f, 0.0f);
     c.SetEntity(&e1);
@@ -359,7 +364,8 @@ TEST(PhysicsManager, DispatchPostsTypedEvents) {
     MakeCharacter(c, HVector2(20.0f, 0.0f), 4.0f);
     r.SetEntity(&re);
     c.SetEntity(&ce);
-    CollisionHandler* h = m.FindHandler(PhysicsCharacter::StaticTypeId(), PhysicsRayCast::StaticTypeId());
+    CollisionHandler* h =
+        m.FindHandler(PhysicsCharacter::StaticTypeId(), PhysicsRayCast::StaticTypeId());
     ASSERT_NE(h, nullptr);
     ASSERT_TRUE(h->Dispatch(&c, &r, &events, 0.01f));
     ASSERT_EQ(events.NextCount(), 2u);
@@ -532,7 +538,8 @@ struct World {
         std::uniform_real_distribution<float> unit(0.0f, 1.0f);
         for (int i = 0; i < 30; i++) {
             auto w = std::make_unique<PhysicsStaticGeometry>();
-            MakeWall(*w, HVector2(place(rng), place(rng)), 5.0f + 30.0f * unit(rng), 5.0f + 30.0f * unit(rng));
+            MakeWall(*w, HVector2(place(rng), place(rng)), 5.0f + 30.0f * unit(rng),
+                     5.0f + 30.0f * unit(rng));
             if (i % 3 == 0) {
                 entities.push_back(std::make_unique<Entity>());
                 w->SetEntity(entities.back().get());
@@ -646,7 +653,8 @@ TEST(PhysicsBadInput, DegenerateBodiesInAStep) {
     one.SetEntity(&e3);
     line.SetEntity(&e4);
     ray.SetEntity(&e5);
-    for (PhysicsObject* o : std::initializer_list<PhysicsObject*>{&empty, &zero, &one, &line, &ray}) m.AddObject(o);
+    for (PhysicsObject* o : std::initializer_list<PhysicsObject*>{&empty, &zero, &one, &line, &ray})
+        m.AddObject(o);
     testing::internal::CaptureStdout();
     for (int s = 1; s <= 3; s++) m.Step(0.04f, 0.04f * float(s));
     std::string out = testing::internal::GetCapturedStdout();
@@ -658,5 +666,6 @@ TEST(PhysicsBadInput, DegenerateBodiesInAStep) {
     EXPECT_EQ(out, "Error\nError\nError\n");
     EXPECT_EQ(empty.body.position, HVector2(0.0f, 0.0f));
     EXPECT_EQ(line.body.position, HVector2(0.0f, 0.0f));
-    for (PhysicsObject* o : std::initializer_list<PhysicsObject*>{&empty, &zero, &one, &line, &ray}) m.RemoveObject(o);
+    for (PhysicsObject* o : std::initializer_list<PhysicsObject*>{&empty, &zero, &one, &line, &ray})
+        m.RemoveObject(o);
 }

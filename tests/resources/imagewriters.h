@@ -10,7 +10,8 @@
 namespace testfiles {
 
 inline void PutU32(std::vector<uint8_t>& out, size_t at, uint32_t v) {
-    out[at] = uint8_t(v), out[at + 1] = uint8_t(v >> 8), out[at + 2] = uint8_t(v >> 16), out[at + 3] = uint8_t(v >> 24);
+    out[at] = uint8_t(v), out[at + 1] = uint8_t(v >> 8), out[at + 2] = uint8_t(v >> 16),
+    out[at + 3] = uint8_t(v >> 24);
 }
 inline void AppendU32(std::vector<uint8_t>& out, uint32_t v) {
     out.resize(out.size() + 4);

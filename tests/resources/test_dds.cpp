@@ -169,7 +169,8 @@ TEST(DdsReader, HugeDimensionsDoNotAllocate) {
     EXPECT_FALSE(ok);
     EXPECT_TRUE(image.chain.empty());
     // Even with the linear size set to what fits in 32 bits, the data is missing.
-    auto file2 = DdsHeader(0x10000u, 0x10000u, "DXT1", 1, int64_t(BlockLevelSize(0x10000u, 0x10000u, 8)));
+    auto file2 =
+        DdsHeader(0x10000u, 0x10000u, "DXT1", 1, int64_t(BlockLevelSize(0x10000u, 0x10000u, 8)));
     EXPECT_EQ(ParseQuiet(file2, ok, image), "");
     EXPECT_FALSE(ok);
 }
@@ -178,7 +179,7 @@ TEST(DdsReader, MipCountOfFourBillionStopsAtTheDataEnd) {
     DdsImage image;
     bool ok;
     auto file = MakeDDS(1, 1, "DXT1", 1, {});
-    PutU32(file, 28, 0xFFFFFFF0u);  // mipmap count
+    PutU32(file, 28, 0xFFFFFFF0u);                   // mipmap count
     for (int i = 0; i < 10; i++) file.push_back(0);  // a little more than one level
     EXPECT_EQ(ParseQuiet(file, ok, image), "");
     EXPECT_FALSE(ok);
@@ -200,7 +201,8 @@ TEST(TextureDDSLoad, FailuresReachTheManagerWithTheirLines) {
     testing::internal::CaptureStdout();
     EXPECT_FALSE(manager.Load(h, "dds/odd.dds"));
     EXPECT_EQ(testing::internal::GetCapturedStdout(),
-              "TextureDDS: Image non power of two 'dds/odd.dds'\nCould not load resource 'dds/odd.dds'\n");
+              "TextureDDS: Image non power of two 'dds/odd.dds'\nCould not load resource "
+              "'dds/odd.dds'\n");
 
     testing::internal::CaptureStdout();
     EXPECT_FALSE(manager.Load(h, "dds/uncompressed.dds"));

@@ -84,7 +84,10 @@ TEST(GlfReader, HighBytesAreDropped) {
     ASSERT_TRUE(ParseQuiet(font, RampFont(32, 126)));
     int plain[2], mixed[2];
     font.GetStringSize("AB", plain);
-    font.GetStringSize("A\xC3\xA9" "B\x80\xFF", mixed);
+    font.GetStringSize(
+        "A\xC3\xA9"
+        "B\x80\xFF",
+        mixed);
     EXPECT_EQ(mixed[0], plain[0]);
     // A table that starts below 0 still does not take bytes of 128 and more as codes
     // 128 and more: they are negative.
@@ -98,7 +101,8 @@ TEST(GlfReader, WidthIsTruncatedOnceAtTheEnd) {
     // Each glyph 2.5 pixels wide.
     std::vector<Glyph> glyphs(3, Glyph{2.5f / 64.0f, 0.25f, 0, 0, 1, 1});
     GLFont font;
-    ASSERT_TRUE(ParseQuiet(font, MakeGLF(64, 32, 'a', 'c', glyphs, std::vector<uint8_t>(64 * 32 * 2))));
+    ASSERT_TRUE(
+        ParseQuiet(font, MakeGLF(64, 32, 'a', 'c', glyphs, std::vector<uint8_t>(64 * 32 * 2))));
     int size[2];
     font.GetStringSize("ab", size);
     EXPECT_EQ(size[0], 5);  // 2.5 + 2.5, not 2 + 2

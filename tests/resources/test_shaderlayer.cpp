@@ -40,13 +40,15 @@ TEST(ShaderLayer, LoadModeAndProfiles) {
 }
 
 TEST(ShaderLayer, SourceIsWrappedAroundTheEntryFunction) {
-    EXPECT_EQ(WrapShaderSource("void vertex_program() {}", true),
-              "#version 120\n#line 1\nvoid vertex_program() {}\nvoid main() { vertex_program(); }\n");
+    EXPECT_EQ(
+        WrapShaderSource("void vertex_program() {}", true),
+        "#version 120\n#line 1\nvoid vertex_program() {}\nvoid main() { vertex_program(); }\n");
     EXPECT_EQ(WrapShaderSource("X", false),
               "#version 120\n#line 1\nX\nvoid main() { fragment_program(); }\n");
     EXPECT_EQ(WrapShaderSource("\n  #version 130\nY", true),
               "\n  #version 130\nY\nvoid main() { vertex_program(); }\n");
-    EXPECT_EQ(WrapShaderSource("", true), "#version 120\n#line 1\n\nvoid main() { vertex_program(); }\n");
+    EXPECT_EQ(WrapShaderSource("", true),
+              "#version 120\n#line 1\n\nvoid main() { vertex_program(); }\n");
 }
 
 TEST(ShaderLayer, ErrorCallbackPrintsTheLastError) {

@@ -25,7 +25,8 @@ TgaPtr Parse(const std::vector<uint8_t>& file, std::string* out = nullptr) {
 }
 
 std::vector<uint8_t> Pixels(const TgaImage& image) {
-    return std::vector<uint8_t>(image.pixels, image.pixels + size_t(image.width) * image.height * size_t(image.bytes_per_pixel));
+    return std::vector<uint8_t>(image.pixels, image.pixels + size_t(image.width) * image.height *
+                                                                 size_t(image.bytes_per_pixel));
 }
 }  // namespace
 
@@ -121,7 +122,8 @@ TEST(TgaReader, HeaderClaimingMoreThanTheFileIsRefused) {
 }
 
 TEST(TgaReader, TruncatedAtEveryOffsetNeverCrashes) {
-    auto file = MakeTGA(10, 32, 4, 4, {0x83, 1, 2, 3, 4, 0x03, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16, 0x87, 9, 9, 9, 9});
+    auto file = MakeTGA(10, 32, 4, 4, {0x83, 1,  2,  3,  4,  0x03, 1,  2,  3,    4, 5, 6, 7, 8,
+                                       9,    10, 11, 12, 13, 14,   15, 16, 0x87, 9, 9, 9, 9});
     for (size_t cut = 0; cut <= file.size(); cut++) {
         std::vector<uint8_t> part(file.begin(), file.begin() + long(cut));
         auto image = Parse(part);

@@ -17,7 +17,9 @@ namespace testfiles {
 struct ScratchFolder {
     std::string path;
     ScratchFolder() {
-        path = (std::filesystem::temp_directory_path() / ("velmora_res_" + std::to_string(getpid()))).string();
+        path =
+            (std::filesystem::temp_directory_path() / ("velmora_res_" + std::to_string(getpid())))
+                .string();
         std::filesystem::create_directories(path);
         FileSystemMount(path);
     }

@@ -141,7 +141,8 @@ TEST(TextureDDSGfx, FiltersAndMipLevels) {
 TEST(TextureDDSGfx, BindingAnEmptyHandleReportsTheNullObject) {
     ResourceHandle<TextureDDS> empty;
     std::ostringstream expected;
-    expected << "not a texture " << static_cast<const void*>(NullResource<TextureDDS>::Get()) << ", \n";
+    expected << "not a texture " << static_cast<const void*>(NullResource<TextureDDS>::Get())
+             << ", \n";
     testing::internal::CaptureStdout();
     empty->Bind();
     empty->Bind();
@@ -180,7 +181,9 @@ TEST(TextureTGAGfx, LoadsWithoutRowFlipAndKeepsDefaultMagnification) {
 
 TEST(TextureTGAGfx, SixteenBitsGiveAThreeChannelTexture) {
     uint16_t blue = 31;
-    WriteFile("gfx/rgb16.tga", MakeTGA(2, 16, 2, 2, {uint8_t(blue), 0, uint8_t(blue), 0, uint8_t(blue), 0, uint8_t(blue), 0}));
+    WriteFile("gfx/rgb16.tga",
+              MakeTGA(2, 16, 2, 2,
+                      {uint8_t(blue), 0, uint8_t(blue), 0, uint8_t(blue), 0, uint8_t(blue), 0}));
     TextureTGA tex;
     ASSERT_TRUE(tex.Load("gfx/rgb16.tga"));
     glBindTexture(GL_TEXTURE_2D, tex.texture_id);
@@ -335,14 +338,16 @@ TEST(ShaderGfx, StartUpReportsMissingProfiles) {
     EXPECT_TRUE(cg_context);
     testing::internal::CaptureStdout();
     InitCg("glslv", "arbfp1");
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "arbfp1 not supported\nUsing 'glslv', 'glslf'\n");
+    EXPECT_EQ(testing::internal::GetCapturedStdout(),
+              "arbfp1 not supported\nUsing 'glslv', 'glslf'\n");
     EXPECT_EQ(cg_vertex_profile, SHADER_PROFILE_VERTEX);
     EXPECT_EQ(cg_fragment_profile, SHADER_PROFILE_FRAGMENT);
 }
 
 TEST(ShaderGfx, VertexProgramWithMatrixAndColourDrawsWhereExpected) {
     InitCg("glslv", "glslf");
-    WriteFile("gfx/colour.cg", std::vector<uint8_t>(kColourVertex, kColourVertex + strlen(kColourVertex)));
+    WriteFile("gfx/colour.cg",
+              std::vector<uint8_t>(kColourVertex, kColourVertex + strlen(kColourVertex)));
     ResourceManager manager;
     manager.RegisterType<ShaderProgram>("cg");
     ResourceHandle<ShaderProgram> vp;
@@ -397,7 +402,8 @@ TEST(ShaderGfx, MatrixTransformsAreApplied) {
     ShaderProgram::EnableProfile(cg_vertex_profile);
     vp.Bind();
     vp.SetStateMatrix("ModelViewProj", SHADER_MODELVIEW_MATRIX, SHADER_MATRIX_INVERSE);
-    // In clip space, x in [-1, 1]: the quad (0..1) scaled by 0.5 covers (0..0.5) -> pixels 128..192.
+    // In clip space, x in [-1, 1]: the quad (0..1) scaled by 0.5 covers (0..0.5) -> pixels
+    // 128..192.
     Quad(0.0f, 0.0f, 1.0f, 1.0f);
     ShaderProgram::DisableProfile(cg_vertex_profile);
     EXPECT_TRUE(Near(Pixel(160, 96), Rgb{0, 0, 255})) << Str(Pixel(160, 96));
@@ -512,13 +518,15 @@ TEST(ShaderGfx, SyntaxErrorAndUnknownNamesGoThroughTheCallback) {
     testing::internal::CaptureStdout();
     vp.SetParameter3fv("Nope", v);
     vp.SetParameter3fv("LigthColor", v);
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "Cg error: Invalid parameter handle: 'Nope'.\n");
+    EXPECT_EQ(testing::internal::GetCapturedStdout(),
+              "Cg error: Invalid parameter handle: 'Nope'.\n");
 }
 
 TEST(LoadingScreenGfx, TextIsPrintedWithTheGlobalFont) {
     // One glyph 'L' of the whole 64x32 texture: 32 by 16 units at the screen's scale 0.5.
     std::vector<Glyph> glyphs(90 - 32 + 1, Glyph{1.0f, 1.0f, 0.0f, 0.0f, 1.0f, 1.0f});
-    WriteFile("gfx/loading.glf", MakeGLF(64, 32, 32, 90, glyphs, std::vector<uint8_t>(64 * 32 * 2, 255)));
+    WriteFile("gfx/loading.glf",
+              MakeGLF(64, 32, 32, 90, glyphs, std::vector<uint8_t>(64 * 32 * 2, 255)));
     ASSERT_TRUE(LoadGlobalFont("gfx/loading.glf"));
     ASSERT_NE(loading_text_printer, nullptr);
     virtual_width = 1024;

@@ -22,102 +22,102 @@
 namespace scenetest {
 
 inline std::vector<std::string>& Log() {
-  static std::vector<std::string> log;
-  return log;
+    static std::vector<std::string> log;
+    return log;
 }
 
 inline std::string Joined() {
-  std::string out;
-  for (const std::string& line : Log()) out += (out.empty() ? "" : " ") + line;
-  return out;
+    std::string out;
+    for (const std::string& line : Log()) out += (out.empty() ? "" : " ") + line;
+    return out;
 }
 
 struct TempFolder {
-  std::string path;
-  TempFolder() {
-    char pattern[] = "/tmp/velmora_scene_XXXXXX";
-    const char* made = mkdtemp(pattern);
-    path = made ? made : "";
-    if (!path.empty()) FileSystemMount(path);
-  }
-  ~TempFolder() {
-    if (!path.empty()) {
-      std::error_code ignored;
-      std::filesystem::remove_all(path, ignored);
+    std::string path;
+    TempFolder() {
+        char pattern[] = "/tmp/velmora_scene_XXXXXX";
+        const char* made = mkdtemp(pattern);
+        path = made ? made : "";
+        if (!path.empty()) FileSystemMount(path);
     }
-  }
+    ~TempFolder() {
+        if (!path.empty()) {
+            std::error_code ignored;
+            std::filesystem::remove_all(path, ignored);
+        }
+    }
 };
 
 inline const std::string& TempDir() {
-  static TempFolder folder;
-  return folder.path;
+    static TempFolder folder;
+    return folder.path;
 }
 
 inline void WriteFile(const std::string& name, const std::string& text) {
-  std::filesystem::path full = std::filesystem::path(TempDir()) / name;
-  std::filesystem::create_directories(full.parent_path());
-  std::ofstream out(full, std::ios::binary);
-  out << text;
+    std::filesystem::path full = std::filesystem::path(TempDir()) / name;
+    std::filesystem::create_directories(full.parent_path());
+    std::ofstream out(full, std::ios::binary);
+    out << text;
 }
 
 // Logs every operation of its life; answers FrameEvent, ResumeGameEvent and InputEvent.
 class Probe : public Entity, public EventListener {
-  VELMORA_ENTITY_TYPE("Probe")
+    VELMORA_ENTITY_TYPE("Probe")
 
- public:
-  ~Probe() override { Log().push_back("delete:" + name); }
-  void Load(CfoNode* node, ResourceManager* resources) override {
-    Entity::Load(node, resources);
-    Log().push_back("load:" + name);
-  }
-  void Bind(EventManager* events, SceneManager* manager, CollisionManager*) override {
-    scene = manager;
-    events->AddHandler(this, &Probe::OnFrame);
-    events->AddHandler(this, &Probe::OnResume);
-    events->AddHandler(this, &Probe::OnInput);
-    Log().push_back("bind:" + name);
-  }
-  void Unbind(EventManager*, SceneManager*, CollisionManager*) override {
-    Log().push_back("unbind:" + name);
-  }
-  void Unload(SceneManager*, ResourceManager*) override { Log().push_back("unload:" + name); }
-  void PreRender(RenderQueue*) override { Log().push_back("pre:" + name); }
-  void Render(RenderQueue*) override { Log().push_back("render:" + name); }
-  void PostRender() override { Log().push_back("post:" + name); }
+public:
+    ~Probe() override { Log().push_back("delete:" + name); }
+    void Load(CfoNode* node, ResourceManager* resources) override {
+        Entity::Load(node, resources);
+        Log().push_back("load:" + name);
+    }
+    void Bind(EventManager* events, SceneManager* manager, CollisionManager*) override {
+        scene = manager;
+        events->AddHandler(this, &Probe::OnFrame);
+        events->AddHandler(this, &Probe::OnResume);
+        events->AddHandler(this, &Probe::OnInput);
+        Log().push_back("bind:" + name);
+    }
+    void Unbind(EventManager*, SceneManager*, CollisionManager*) override {
+        Log().push_back("unbind:" + name);
+    }
+    void Unload(SceneManager*, ResourceManager*) override { Log().push_back("unload:" + name); }
+    void PreRender(RenderQueue*) override { Log().push_back("pre:" + name); }
+    void Render(RenderQueue*) override { Log().push_back("render:" + name); }
+    void PostRender() override { Log().push_back("post:" + name); }
 
-  bool OnFrame(FrameEvent*) {
-    ++frames;
-    if (scene != nullptr) scene->AddToRenderQueue(this);
-    return true;
-  }
-  bool OnResume(ResumeGameEvent* e) {
-    resumes.push_back(e->resume);
-    return true;
-  }
-  bool OnInput(InputEvent* e) {
-    inputs.push_back(*e);
-    return true;
-  }
+    bool OnFrame(FrameEvent*) {
+        ++frames;
+        if (scene != nullptr) scene->AddToRenderQueue(this);
+        return true;
+    }
+    bool OnResume(ResumeGameEvent* e) {
+        resumes.push_back(e->resume);
+        return true;
+    }
+    bool OnInput(InputEvent* e) {
+        inputs.push_back(*e);
+        return true;
+    }
 
-  SceneManager* scene = nullptr;
-  int frames = 0;
-  std::vector<bool> resumes;
-  std::vector<InputEvent> inputs;
+    SceneManager* scene = nullptr;
+    int frames = 0;
+    std::vector<bool> resumes;
+    std::vector<InputEvent> inputs;
 };
 
 // One pass of main's loop at `now` seconds: Update, a new FrameEvent, the render queue,
 // the clean-up. False when Update asks to stop.
 inline bool RunPass(SceneManager& sm, float now) {
-  if (!sm.UpdateAt(now)) return false;
-  sm.Post(new FrameEvent(sm.dt, sm.time, &sm, nullptr));
-  sm.render_queue.Flush();
-  sm.CleanUpObjects();
-  return true;
+    if (!sm.UpdateAt(now)) return false;
+    sm.Post(new FrameEvent(sm.dt, sm.time, &sm, nullptr));
+    sm.render_queue.Flush();
+    sm.CleanUpObjects();
+    return true;
 }
 
 inline std::string FlushedStdout() {
-  fflush(stdout);
-  return testing::internal::GetCapturedStdout();
+    fflush(stdout);
+    return testing::internal::GetCapturedStdout();
 }
 
 // What every SceneManager::Load prints here: the cursor fetch finds no "dds" loader (none
@@ -127,27 +127,27 @@ inline const char* kLoadLines =
     "!OpenGL extension 'GL_ARB_fragment_program' not supported\n";
 
 class SceneTest : public testing::Test {
- protected:
-  void SetUp() override {
-    ResetSettings();
-    ASSERT_FALSE(TempDir().empty());
-    sm.GetClasses()->Register<Probe>();
-    sm.GetClasses()->Register<SceneManager>();
-    Log().clear();  // the prototypes are gone
-  }
-  void TearDown() override { sm.DestroyTree(&sm, &sm); }
+protected:
+    void SetUp() override {
+        ResetSettings();
+        ASSERT_FALSE(TempDir().empty());
+        sm.GetClasses()->Register<Probe>();
+        sm.GetClasses()->Register<SceneManager>();
+        Log().clear();  // the prototypes are gone
+    }
+    void TearDown() override { sm.DestroyTree(&sm, &sm); }
 
-  // Parses `text` and builds the tree from its "SceneManager" node, then binds it.
-  void Build(const std::string& text, bool bind = true) {
-    CfoDocument config;
-    ASSERT_TRUE(config.Parse(text));
-    sm.LoadTree(config.FindChild("SceneManager"), &sm);
-    if (bind) sm.BindTree(&sm);
-  }
+    // Parses `text` and builds the tree from its "SceneManager" node, then binds it.
+    void Build(const std::string& text, bool bind = true) {
+        CfoDocument config;
+        ASSERT_TRUE(config.Parse(text));
+        sm.LoadTree(config.FindChild("SceneManager"), &sm);
+        if (bind) sm.BindTree(&sm);
+    }
 
-  Probe* Find(const std::string& name) { return dynamic_cast<Probe*>(sm.FindEntity(name)); }
+    Probe* Find(const std::string& name) { return dynamic_cast<Probe*>(sm.FindEntity(name)); }
 
-  SceneManager sm;
+    SceneManager sm;
 };
 
 }  // namespace scenetest

@@ -53,7 +53,6 @@ private:
 
 // Registers the context with GoogleTest; `gl_test_context` names it for tests that need
 // the window (to swap, say).
-#define VELMORA_GL_TEST_CONTEXT(title, width, height)                                    \
-    gltest::ContextEnvironment* const gl_test_context =                                  \
-        static_cast<gltest::ContextEnvironment*>(::testing::AddGlobalTestEnvironment( \
-            new gltest::ContextEnvironment(title, width, height)))
+#define VELMORA_GL_TEST_CONTEXT(title, width, height)                                             \
+    gltest::ContextEnvironment* const gl_test_context = static_cast<gltest::ContextEnvironment*>( \
+        ::testing::AddGlobalTestEnvironment(new gltest::ContextEnvironment(title, width, height)))

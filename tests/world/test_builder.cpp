@@ -17,7 +17,8 @@ using worldtest::Tri;
 
 namespace {
 
-void Insert(ABTTreeBuilder& b, const std::vector<Tri>& tris, const std::string& material = "m.dds") {
+void Insert(ABTTreeBuilder& b, const std::vector<Tri>& tris,
+            const std::string& material = "m.dds") {
     MeshASM mesh;
     ASSERT_TRUE(worldtest::ParseMesh(mesh, worldtest::AsmText(tris)));
     b.InsertMesh(mesh, material);
@@ -30,7 +31,8 @@ Tri Flat(float z, float x = 0.0f) { return {{x, 0, z}, {x + 1, 0, z}, {x, 1, z}}
 Tri Heights(float za, float zb, float zc) { return {{0, 0, za}, {1, 0, zb}, {0, 1, zc}}; }
 
 bool SameFace(const ABTTreeBuilder& b, const ABTFace& f, const Tri& t) {
-    return b.vertices[f.v[0]].v == t.a && b.vertices[f.v[1]].v == t.b && b.vertices[f.v[2]].v == t.c;
+    return b.vertices[f.v[0]].v == t.a && b.vertices[f.v[1]].v == t.b &&
+           b.vertices[f.v[2]].v == t.c;
 }
 
 size_t Depth(const ABTTreeBuilder& b, int32_t n) {
@@ -126,12 +128,18 @@ TEST(ABTTreeBuilder, ExactTextOfASmallTree) {
               "// Tarvelle Adaptive Binary Tree\n"
               "// 2024-3-9 7:5:2\n\n"
               "verts={\n"
-              "\t{0.000000,0.000000,-1.000000, 0.000000,0.000000,1.000000, 0.000000,0.000000, 1.000000,1.000000,1.000000}\n"
-              "\t{1.000000,0.000000,-1.000000, 0.000000,0.000000,1.000000, 0.500000,0.000000, 1.000000,1.000000,1.000000}\n"
-              "\t{0.000000,1.000000,-1.000000, 0.000000,0.000000,1.000000, 1.000000,1.000000, 1.000000,1.000000,1.000000}\n"
-              "\t{0.000000,0.000000,1.000000, 0.000000,0.000000,1.000000, 0.000000,0.000000, 1.000000,1.000000,1.000000}\n"
-              "\t{1.000000,0.000000,1.000000, 0.000000,0.000000,1.000000, 0.500000,0.000000, 1.000000,1.000000,1.000000}\n"
-              "\t{0.000000,1.000000,1.000000, 0.000000,0.000000,1.000000, 1.000000,1.000000, 1.000000,1.000000,1.000000}\n"
+              "\t{0.000000,0.000000,-1.000000, 0.000000,0.000000,1.000000, 0.000000,0.000000, "
+              "1.000000,1.000000,1.000000}\n"
+              "\t{1.000000,0.000000,-1.000000, 0.000000,0.000000,1.000000, 0.500000,0.000000, "
+              "1.000000,1.000000,1.000000}\n"
+              "\t{0.000000,1.000000,-1.000000, 0.000000,0.000000,1.000000, 1.000000,1.000000, "
+              "1.000000,1.000000,1.000000}\n"
+              "\t{0.000000,0.000000,1.000000, 0.000000,0.000000,1.000000, 0.000000,0.000000, "
+              "1.000000,1.000000,1.000000}\n"
+              "\t{1.000000,0.000000,1.000000, 0.000000,0.000000,1.000000, 0.500000,0.000000, "
+              "1.000000,1.000000,1.000000}\n"
+              "\t{0.000000,1.000000,1.000000, 0.000000,0.000000,1.000000, 1.000000,1.000000, "
+              "1.000000,1.000000,1.000000}\n"
               "}\n"
               "mat={\n\t{\"a b.dds\"}\n}\n"
               "nodes={\n"
@@ -212,7 +220,8 @@ TEST(ABTTreeBuilder, TieGoesToTheNegativeSideMeasuredAgainstItsExtent) {
         for (const ABTBuildNode& n : b.nodes)
             for (const ABTFace& f : n.faces) EXPECT_FALSE(SameFace(b, f, tie));
         EXPECT_EQ(b.nodes[1].faces.size(), 2u);  // the flat face and the lower piece
-        EXPECT_EQ(b.nodes[2].faces.size(), 4u);  // the flat face and three pieces touching the plane
+        EXPECT_EQ(b.nodes[2].faces.size(),
+                  4u);  // the flat face and three pieces touching the plane
     }
 }
 
@@ -392,7 +401,8 @@ TEST(ABTBuilderStep, DefaultsLinesAndLoadingTexts) {
     std::string out_path = worldtest::ScratchDir() + "/builder/out.abt";
     CfoDocument doc;
     ASSERT_TRUE(doc.Parse("ABTBuilder={ output_file=\"" + out_path +
-                          "\"; max_depth=2; Objects={ {builder/obj_a.asm,a.dds} {nocomma} {builder/obj_a.asm,b.dds,extra} } }"));
+                          "\"; max_depth=2; Objects={ {builder/obj_a.asm,a.dds} {nocomma} "
+                          "{builder/obj_a.asm,b.dds,extra} } }"));
     loading_texts.clear();
     SetWorldLoadingHook(RecordLoading);
     CaptureStdout();
@@ -401,16 +411,19 @@ TEST(ABTBuilderStep, DefaultsLinesAndLoadingTexts) {
     SetWorldLoadingHook(nullptr);
     EXPECT_EQ(out,
               "==================== Build ABT ======================\n"
-              "output: " + out_path + "\n"
-              "overgrow: 0.1\n"
-              "weights: 0.7,0.3\n"
-              "max faces: 100\n"
-              "max depth: 2\n"
-              "builder/obj_a.asm,a.dds\n"
-              "ABTBuilder: object row 'nocomma' has no texture name, skipped\n"
-              "builder/obj_a.asm,b.dds,extra\n");
-    EXPECT_EQ(loading_texts, (std::vector<std::string>{"Initiating ABTBuilder...", "Inserting objects into ABT...",
-                                                       "Building ABT...", "Saving ABT..."}));
+              "output: " +
+                  out_path +
+                  "\n"
+                  "overgrow: 0.1\n"
+                  "weights: 0.7,0.3\n"
+                  "max faces: 100\n"
+                  "max depth: 2\n"
+                  "builder/obj_a.asm,a.dds\n"
+                  "ABTBuilder: object row 'nocomma' has no texture name, skipped\n"
+                  "builder/obj_a.asm,b.dds,extra\n");
+    EXPECT_EQ(loading_texts,
+              (std::vector<std::string>{"Initiating ABTBuilder...", "Inserting objects into ABT...",
+                                        "Building ABT...", "Saving ABT..."}));
     std::ifstream f(out_path);
     std::stringstream s;
     s << f.rdbuf();
@@ -442,12 +455,14 @@ TEST(ABTBuilderStep, NoObjectsWritesFourEmptyTables) {
     std::filesystem::create_directories(worldtest::ScratchDir() + "/builder");
     std::string out_path = worldtest::ScratchDir() + "/builder/empty.abt";
     CfoDocument doc;
-    ASSERT_TRUE(doc.Parse("ABTBuilder={ output_file=\"" + out_path + "\"; overgrow=0.5; weights=1,0; max_faces=7; }"));
+    ASSERT_TRUE(doc.Parse("ABTBuilder={ output_file=\"" + out_path +
+                          "\"; overgrow=0.5; weights=1,0; max_faces=7; }"));
     CaptureStdout();
     ABTBuilder(doc.FindChild("ABTBuilder"));
     EXPECT_EQ(GetCapturedStdout(),
               "==================== Build ABT ======================\n"
-              "output: " + out_path + "\novergrow: 0.5\nweights: 1,0\nmax faces: 7\nmax depth: 4\n");
+              "output: " +
+                  out_path + "\novergrow: 0.5\nweights: 1,0\nmax faces: 7\nmax depth: 4\n");
     std::ifstream f(out_path);
     std::stringstream s;
     s << f.rdbuf();

@@ -96,7 +96,8 @@ TEST(MeshASM, FaceIndexOutOfRangeIsSkipped) {
     bool ok = ParseAsm(mesh,
                        "verts={ {0,0,0} {1,0,0} {1,1,0} }\n"
                        "texcoords={ {0,0} }\nnormals={ {0,0,1} }\n"
-                       "faces={ { {0,1,7} {0,0,0} {0,0,0} } { {0,1,2} {0,0,0} {0,0,0} } { {0,-1,2} {0,0,0} {0,0,0} } }\n");
+                       "faces={ { {0,1,7} {0,0,0} {0,0,0} } { {0,1,2} {0,0,0} {0,0,0} } { {0,-1,2} "
+                       "{0,0,0} {0,0,0} } }\n");
     std::string out = GetCapturedStdout();
     EXPECT_TRUE(ok);
     EXPECT_EQ(mesh.vertex_count, 3u);
@@ -116,11 +117,14 @@ TEST(MeshASM, ShortFaceRowIsSkipped) {
     std::string out = GetCapturedStdout();
     EXPECT_TRUE(ok);
     EXPECT_EQ(mesh.vertex_count, 0u);
-    EXPECT_EQ(out, "ASM loader: face 0 is incomplete, skipped\nASM loader: face 1 is incomplete, skipped\n");
+    EXPECT_EQ(
+        out,
+        "ASM loader: face 0 is incomplete, skipped\nASM loader: face 1 is incomplete, skipped\n");
 }
 
 TEST(MeshASM, MoreThan65535CornersFails) {
-    std::string text = "verts={ {0,0,0} {1,0,0} {1,1,0} }\ntexcoords={ {0,0} }\nnormals={ {0,0,1} }\nfaces={\n";
+    std::string text =
+        "verts={ {0,0,0} {1,0,0} {1,1,0} }\ntexcoords={ {0,0} }\nnormals={ {0,0,1} }\nfaces={\n";
     for (int i = 0; i < 21846; ++i) text += "{ {0,1,2} {0,0,0} {0,0,0} }\n";
     text += "}\n";
     MeshASM mesh;
@@ -170,7 +174,8 @@ TEST(MeshASM, ObjQuadFaceIsSkippedWithALine) {
 
 TEST(MeshASM, LoadPicksTheReaderByExtension) {
     worldtest::WriteFile("meshes/quad.asm", kQuadAsm);
-    worldtest::WriteFile("meshes/tri.OBJ", "v 0 0 0\nv 1 0 0\nv 0 1 0\nvt 0 0\nvn 0 0 1\nf 1/1/1 2/1/1 3/1/1\n");
+    worldtest::WriteFile("meshes/tri.OBJ",
+                         "v 0 0 0\nv 1 0 0\nv 0 1 0\nvt 0 0\nvn 0 0 1\nf 1/1/1 2/1/1 3/1/1\n");
     worldtest::WriteFile("meshes/tri.txt", "v 0 0 0\n");
     MeshASM a, b, c;
     EXPECT_TRUE(a.Load("meshes/quad.asm"));

@@ -53,9 +53,8 @@ TEST(ABTTree, EmptyFileHasNoNodesAndRenderDoesNothing) {
 TEST(ABTTree, LoadingTextsInOrderEvenForAMissingFile) {
     static std::vector<std::string> texts;
     texts.clear();
-    SetWorldLoadingHook([](const std::string& t, bool clear) {
-        texts.push_back(t + (clear ? " (clear)" : ""));
-    });
+    SetWorldLoadingHook(
+        [](const std::string& t, bool clear) { texts.push_back(t + (clear ? " (clear)" : "")); });
     ABTTree tree;
     CaptureStdout();
     tree.Load("tree/absent.abt");
@@ -64,16 +63,18 @@ TEST(ABTTree, LoadingTextsInOrderEvenForAMissingFile) {
     texts.clear();
     LoadText(tree, Verts(3) + "mat={ {\"a.dds\"} }\n" + Nodes(1) + "chunks={ {1,0,0,3} }\n", 100);
     SetWorldLoadingHook(nullptr);
-    EXPECT_EQ(texts, (std::vector<std::string>{"Reading verts... (clear)", "Reading material names... (clear)",
-                                               "Reading nodes... (clear)", "Reading chunks... (clear)",
-                                               "Updating child indexes... (clear)"}));
+    EXPECT_EQ(texts, (std::vector<std::string>{
+                         "Reading verts... (clear)", "Reading material names... (clear)",
+                         "Reading nodes... (clear)", "Reading chunks... (clear)",
+                         "Updating child indexes... (clear)"}));
 }
 
 TEST(ABTTree, RowsBoxesAndIndices) {
     ABTTree tree;
     CaptureStdout();
     LoadText(tree,
-             "verts={ {1,2,3, 0,0,1, 0.5,0.25, 1,0,0} {4,5,6, 0,1,0, 1,1, 0,1,0} {7,8,9, 1,0,0, 0,0, 0,0,1} }\n"
+             "verts={ {1,2,3, 0,0,1, 0.5,0.25, 1,0,0} {4,5,6, 0,1,0, 1,1, 0,1,0} {7,8,9, 1,0,0, "
+             "0,0, 0,0,1} }\n"
              "mat={ {\"wall one.dds\"} }\n"
              "nodes={ {-1,2,4,6,1,1,1} {0,1,1,1,0.5,0.5,0.5} }\n"
              "chunks={ {1,0,0,3} }\n",
@@ -107,7 +108,10 @@ TEST(ABTTree, RowsBoxesAndIndices) {
 
 TEST(ABTTree, OneNodeTreeDropsItsChunks) {
     ABTTree tree;
-    LoadText(tree, Verts(6) + "mat={ {\"a.dds\"} }\nnodes={ {-1,10,10,10,0,0,0} }\nchunks={ {0,0,0,6} }\n", 100);
+    LoadText(
+        tree,
+        Verts(6) + "mat={ {\"a.dds\"} }\nnodes={ {-1,10,10,10,0,0,0} }\nchunks={ {0,0,0,6} }\n",
+        100);
     ASSERT_EQ(tree.nodes.size(), 1u);
     EXPECT_TRUE(tree.nodes[0]->chunks.empty());
     EXPECT_TRUE(tree.vertex_buffers.empty());
@@ -121,11 +125,13 @@ TEST(ABTTree, OneNodeTreeDropsItsChunks) {
 }
 
 TEST(ABTTree, BuffersCutAtTheLimit) {
-    std::string text = Verts(15) + "mat={ {\"a.dds\"} }\n" + Nodes(2) + "chunks={ {1,0,0,6} {1,0,6,6} {2,0,12,3} }\n";
+    std::string text = Verts(15) + "mat={ {\"a.dds\"} }\n" + Nodes(2) +
+                       "chunks={ {1,0,0,6} {1,0,6,6} {2,0,12,3} }\n";
     ABTTree tree;
     CaptureStdout();
     LoadText(tree, text, 10);
-    EXPECT_EQ(GetCapturedStdout(), "vertex buffer: 0\nvertex buffer: 1\nvertex array 0 6\nvertex array 1 9\n");
+    EXPECT_EQ(GetCapturedStdout(),
+              "vertex buffer: 0\nvertex buffer: 1\nvertex array 0 6\nvertex array 1 9\n");
     ASSERT_EQ(tree.vertex_buffers.size(), 2u);
     const ABTChunk* a = tree.nodes[1]->chunks[0];
     const ABTChunk* b = tree.nodes[1]->chunks[1];
@@ -144,11 +150,13 @@ TEST(ABTTree, BuffersCutAtTheLimit) {
 }
 
 TEST(ABTTree, AChunkReachingTheLimitExactlyStillFits) {
-    std::string text = Verts(15) + "mat={ {\"a.dds\"} }\n" + Nodes(2) + "chunks={ {1,0,0,6} {1,0,6,6} {2,0,12,3} }\n";
+    std::string text = Verts(15) + "mat={ {\"a.dds\"} }\n" + Nodes(2) +
+                       "chunks={ {1,0,0,6} {1,0,6,6} {2,0,12,3} }\n";
     ABTTree tree;
     CaptureStdout();
     LoadText(tree, text, 12);
-    EXPECT_EQ(GetCapturedStdout(), "vertex buffer: 0\nvertex buffer: 1\nvertex array 0 12\nvertex array 1 3\n");
+    EXPECT_EQ(GetCapturedStdout(),
+              "vertex buffer: 0\nvertex buffer: 1\nvertex array 0 12\nvertex array 1 3\n");
     EXPECT_EQ(tree.nodes[1]->chunks[1]->buffer, 0u);
     EXPECT_EQ(tree.nodes[1]->chunks[1]->base, 6u);
     EXPECT_EQ(tree.nodes[2]->chunks[0]->buffer, 1u);
@@ -158,8 +166,10 @@ TEST(ABTTree, AChunkReachingTheLimitExactlyStillFits) {
 TEST(ABTTree, AChunkLargerThanTheLimitOverrunsItsOwnBuffer) {
     ABTTree tree;
     CaptureStdout();
-    LoadText(tree, Verts(9) + "mat={ {\"a.dds\"} }\n" + Nodes(1) + "chunks={ {1,0,0,3} {1,0,3,6} }\n", 4);
-    EXPECT_EQ(GetCapturedStdout(), "vertex buffer: 0\nvertex buffer: 1\nvertex array 0 3\nvertex array 1 6\n");
+    LoadText(tree,
+             Verts(9) + "mat={ {\"a.dds\"} }\n" + Nodes(1) + "chunks={ {1,0,0,3} {1,0,3,6} }\n", 4);
+    EXPECT_EQ(GetCapturedStdout(),
+              "vertex buffer: 0\nvertex buffer: 1\nvertex array 0 3\nvertex array 1 6\n");
 }
 
 TEST(ABTTree, SixHundredChunksDrawFiveHundredAndOne) {
@@ -175,7 +185,8 @@ TEST(ABTTree, SixHundredChunksDrawFiveHundredAndOne) {
     tree.backend = &rec;
     Camera cam = worldtest::OpenCamera();
     tree.Render(&cam, 1);
-    EXPECT_EQ(rec.calls, (std::vector<std::string>{"begin", "buffer 0", "material 0", "draw 501", "end"}));
+    EXPECT_EQ(rec.calls,
+              (std::vector<std::string>{"begin", "buffer 0", "material 0", "draw 501", "end"}));
     EXPECT_EQ(tree.draws, 1u);
     EXPECT_EQ(tree.batch_size, 501u);
     EXPECT_EQ(tree.min_chunk, 3u);
@@ -199,8 +210,9 @@ TEST(ABTTree, NothingVisibleStillBindsEveryBufferAndTexture) {
     tree.backend = &rec;
     Camera cam = worldtest::BlindCamera();
     tree.Render(&cam, 1);
-    EXPECT_EQ(rec.calls, (std::vector<std::string>{"begin", "buffer 0", "material 0", "material 1", "material 2",
-                                                   "buffer 1", "material 0", "material 1", "material 2", "end"}));
+    EXPECT_EQ(rec.calls, (std::vector<std::string>{"begin", "buffer 0", "material 0", "material 1",
+                                                   "material 2", "buffer 1", "material 0",
+                                                   "material 1", "material 2", "end"}));
     EXPECT_EQ(tree.draws, 0u);
     EXPECT_EQ(tree.buffer_switches, 2u);
     EXPECT_EQ(tree.texture_binds, 6u);
@@ -221,8 +233,8 @@ TEST(ABTTree, EverythingVisibleGroupsByBufferThenMaterial) {
     tree.backend = &rec;
     Camera cam = worldtest::OpenCamera();
     tree.Render(&cam, 1);
-    EXPECT_EQ(rec.calls, (std::vector<std::string>{"begin", "buffer 0", "material 0", "draw 2", "material 1",
-                                                   "draw 2", "end"}));
+    EXPECT_EQ(rec.calls, (std::vector<std::string>{"begin", "buffer 0", "material 0", "draw 2",
+                                                   "material 1", "draw 2", "end"}));
     EXPECT_EQ(rec.batches[0], (std::vector<int32_t>{3, 3}));
     EXPECT_EQ(rec.batches[1], (std::vector<int32_t>{3, 6}));
     EXPECT_EQ(tree.draws, 2u);
@@ -232,7 +244,8 @@ TEST(ABTTree, EverythingVisibleGroupsByBufferThenMaterial) {
 
 TEST(ABTTree, HiddenParentHidesItsSubtree) {
     // Node 1 is far away and holds node 2, whose box would be seen.
-    std::string text = Verts(6) + "mat={ {\"a.dds\"} }\n"
+    std::string text = Verts(6) +
+                       "mat={ {\"a.dds\"} }\n"
                        "nodes={ {-1,1000,1000,1000,0,0,0} {0,1,1,1,500,0,0} {1,2,2,2,0,0,0} }\n"
                        "chunks={ {1,0,0,3} {2,0,3,3} }\n";
     ABTTree tree;
@@ -282,7 +295,8 @@ TEST(ABTTree, NodeBoxesAreExactToSixDecimalsOnly) {
     b.Build(1, 1);
     std::string text;
     b.ExportText(text, 2024, 1, 1, 0, 0, 0);
-    EXPECT_NE(text.find("\t{0,0.333333,1.000000,0.000000,0.500000,0.500000,0.000000}\n"), std::string::npos);
+    EXPECT_NE(text.find("\t{0,0.333333,1.000000,0.000000,0.500000,0.500000,0.000000}\n"),
+              std::string::npos);
     ABTTree tree;
     CaptureStdout();
     LoadText(tree, text, 1000);
@@ -300,7 +314,8 @@ TEST(ABTTreeBadInput, ShortRowsAreSkippedWithALine) {
     ABTTree tree;
     CaptureStdout();
     LoadText(tree,
-             "verts={ {1,2,3} {0,0,0, 0,0,1, 0,0, 1,1,1} {0,0,0, 0,0,1, 0,0, 1,1,1} {0,0,0, 0,0,1, 0,0, 1,1,1} }\n"
+             "verts={ {1,2,3} {0,0,0, 0,0,1, 0,0, 1,1,1} {0,0,0, 0,0,1, 0,0, 1,1,1} {0,0,0, 0,0,1, "
+             "0,0, 1,1,1} }\n"
              "mat={ {\"a.dds\"} {} }\n"
              "nodes={ {-1,1,1,1,0,0,0} {0,1,1} {0,1,1,1,0,0,0} }\n"
              "chunks={ {1,0,0} {1,0,0,3} }\n",
@@ -319,11 +334,13 @@ TEST(ABTTreeBadInput, ShortRowsAreSkippedWithALine) {
 TEST(ABTTreeBadInput, ChunkRunningPastTheVerticesIsSkipped) {
     ABTTree tree;
     CaptureStdout();
-    LoadText(tree, Verts(6) + "mat={ {\"a.dds\"} }\n" + Nodes(1) +
-                       "chunks={ {1,0,3,6} {1,0,-3,6} {1,0,2147483647,2147483647} {1,0,0,6} }\n",
+    LoadText(tree,
+             Verts(6) + "mat={ {\"a.dds\"} }\n" + Nodes(1) +
+                 "chunks={ {1,0,3,6} {1,0,-3,6} {1,0,2147483647,2147483647} {1,0,0,6} }\n",
              100);
-    EXPECT_EQ(GetCapturedStdout(),
-              "ABTTree: 3 chunks run past the vertices, skipped\nvertex buffer: 0\nvertex array 0 6\n");
+    EXPECT_EQ(
+        GetCapturedStdout(),
+        "ABTTree: 3 chunks run past the vertices, skipped\nvertex buffer: 0\nvertex array 0 6\n");
     ASSERT_EQ(tree.nodes[1]->chunks.size(), 1u);
     EXPECT_EQ(tree.nodes[1]->chunks[0]->count, 6u);
     EXPECT_EQ(tree.unattached.size(), 3u);
@@ -332,9 +349,13 @@ TEST(ABTTreeBadInput, ChunkRunningPastTheVerticesIsSkipped) {
 TEST(ABTTreeBadInput, MaterialOutOfRangeIsSkipped) {
     ABTTree tree;
     CaptureStdout();
-    LoadText(tree, Verts(6) + "mat={ {\"a.dds\"} }\n" + Nodes(1) + "chunks={ {1,1,0,3} {1,-1,0,3} {1,0,3,3} }\n", 100);
+    LoadText(tree,
+             Verts(6) + "mat={ {\"a.dds\"} }\n" + Nodes(1) +
+                 "chunks={ {1,1,0,3} {1,-1,0,3} {1,0,3,3} }\n",
+             100);
     EXPECT_EQ(GetCapturedStdout(),
-              "ABTTree: 2 chunks name a material that does not exist, skipped\nvertex buffer: 0\nvertex array 0 3\n");
+              "ABTTree: 2 chunks name a material that does not exist, skipped\nvertex buffer: "
+              "0\nvertex array 0 3\n");
     ASSERT_EQ(tree.nodes[1]->chunks.size(), 1u);
     EXPECT_EQ(tree.nodes[1]->chunks[0]->start, 3u);
 }
@@ -342,7 +363,9 @@ TEST(ABTTreeBadInput, MaterialOutOfRangeIsSkipped) {
 TEST(ABTTreeBadInput, ChunkOfANodeOutOfRangeIsUnattached) {
     ABTTree tree;
     CaptureStdout();
-    LoadText(tree, Verts(3) + "mat={ {\"a.dds\"} }\n" + Nodes(1) + "chunks={ {2,0,0,3} {-1,0,0,3} }\n", 100);
+    LoadText(tree,
+             Verts(3) + "mat={ {\"a.dds\"} }\n" + Nodes(1) + "chunks={ {2,0,0,3} {-1,0,0,3} }\n",
+             100);
     EXPECT_EQ(GetCapturedStdout(), "");
     EXPECT_TRUE(tree.nodes[1]->chunks.empty());
     EXPECT_EQ(tree.unattached.size(), 2u);
@@ -353,12 +376,16 @@ TEST(ABTTreeBadInput, SelfParentAndCyclesAreLeftOut) {
     ABTTree tree;
     CaptureStdout();
     // 0 is its own parent, 1 and 2 point at each other, 3 hangs below the cycle, 4 is the root.
-    LoadText(tree, Verts(6) + "mat={ {\"a.dds\"} }\n"
-                       "nodes={ {0,1,1,1,0,0,0} {2,1,1,1,0,0,0} {1,1,1,1,0,0,0} {2,1,1,1,0,0,0} {-1,1,1,1,0,0,0} {4,1,1,1,0,0,0} }\n"
-                       "chunks={ {1,0,0,3} {5,0,3,3} }\n",
+    LoadText(tree,
+             Verts(6) +
+                 "mat={ {\"a.dds\"} }\n"
+                 "nodes={ {0,1,1,1,0,0,0} {2,1,1,1,0,0,0} {1,1,1,1,0,0,0} {2,1,1,1,0,0,0} "
+                 "{-1,1,1,1,0,0,0} {4,1,1,1,0,0,0} }\n"
+                 "chunks={ {1,0,0,3} {5,0,3,3} }\n",
              100);
     EXPECT_EQ(GetCapturedStdout(),
-              "vertex buffer: 0\nvertex array 0 6\nABTTree: 4 nodes whose parents form a cycle, left out\n");
+              "vertex buffer: 0\nvertex array 0 6\nABTTree: 4 nodes whose parents form a cycle, "
+              "left out\n");
     EXPECT_EQ(tree.root, 4);
     EXPECT_TRUE(tree.nodes[0]->children.empty());
     EXPECT_TRUE(tree.nodes[1]->children.empty());
@@ -377,7 +404,11 @@ TEST(ABTTreeBadInput, SelfParentAndCyclesAreLeftOut) {
 TEST(ABTTreeBadInput, CycleThroughTheDefaultRootEnds) {
     ABTTree tree;
     CaptureStdout();
-    LoadText(tree, Verts(3) + "mat={ {\"a.dds\"} }\nnodes={ {1,1,1,1,0,0,0} {0,1,1,1,0,0,0} }\nchunks={ {1,0,0,3} }\n", 100);
+    LoadText(tree,
+             Verts(3) +
+                 "mat={ {\"a.dds\"} }\nnodes={ {1,1,1,1,0,0,0} {0,1,1,1,0,0,0} }\nchunks={ "
+                 "{1,0,0,3} }\n",
+             100);
     GetCapturedStdout();
     EXPECT_EQ(tree.root, 0);
     tree.PrepareRenderLists();
@@ -408,7 +439,8 @@ void AddBox(std::vector<worldtest::Tri>& tris, HVector3 lo, HVector3 hi) {
     HVector3 c[8];
     for (int i = 0; i < 8; ++i)
         c[i] = HVector3((i & 1) ? hi.x : lo.x, (i & 2) ? hi.y : lo.y, (i & 4) ? hi.z : lo.z);
-    const int quads[6][4] = {{0, 1, 3, 2}, {4, 6, 7, 5}, {0, 4, 5, 1}, {2, 3, 7, 6}, {0, 2, 6, 4}, {1, 5, 7, 3}};
+    const int quads[6][4] = {{0, 1, 3, 2}, {4, 6, 7, 5}, {0, 4, 5, 1},
+                             {2, 3, 7, 6}, {0, 2, 6, 4}, {1, 5, 7, 3}};
     for (const auto& q : quads) {
         tris.push_back({c[q[0]], c[q[1]], c[q[2]]});
         tris.push_back({c[q[0]], c[q[2]], c[q[3]]});
@@ -445,7 +477,8 @@ TEST(ABTRoundTrip, BuildExportLoadKeepsGeometryAndTree) {
     std::vector<std::vector<worldtest::Tri>> objects(3);
     for (int i = 0; i < 60; ++i) {
         HVector3 lo(pos(rng), pos(rng), 0.0f);
-        AddBox(objects[static_cast<size_t>(i % 3)], lo, lo + HVector3(size(rng), size(rng), size(rng)));
+        AddBox(objects[static_cast<size_t>(i % 3)], lo,
+               lo + HVector3(size(rng), size(rng), size(rng)));
     }
     // A ground plane that every split cuts.
     objects[0].push_back({{0, 0, 0}, {100, 0, 0}, {100, 100, 0}});
@@ -492,7 +525,8 @@ TEST(ABTRoundTrip, BuildExportLoadKeepsGeometryAndTree) {
                 }
             }
             for (uint32_t k = 0; k < c->count; k += 3)
-                out_by_material[c->material].push_back({tree.vertices[c->start + k].v, tree.vertices[c->start + k + 1].v,
+                out_by_material[c->material].push_back({tree.vertices[c->start + k].v,
+                                                        tree.vertices[c->start + k + 1].v,
                                                         tree.vertices[c->start + k + 2].v});
             drawn += c->count;
         }
@@ -508,16 +542,20 @@ TEST(ABTRoundTrip, BuildExportLoadKeepsGeometryAndTree) {
     for (size_t o = 0; o < objects.size(); ++o) {
         double in_area = 0, out_area = 0;
         for (const auto& t : objects[o]) in_area += Area(t.a, t.b, t.c);
-        for (const auto& t : out_by_material[static_cast<uint32_t>(o)]) out_area += Area(t.a, t.b, t.c);
+        for (const auto& t : out_by_material[static_cast<uint32_t>(o)])
+            out_area += Area(t.a, t.b, t.c);
         EXPECT_NEAR(out_area, in_area, in_area * 1e-4);
         for (const auto& t : objects[o]) {
             HVector3 centroid = (t.a + t.b + t.c) / 3.0f;
-            HVector3 samples[4] = {centroid, t.a * 0.8f + centroid * 0.2f, t.b * 0.8f + centroid * 0.2f,
-                                   t.c * 0.8f + centroid * 0.2f};
+            HVector3 samples[4] = {centroid, t.a * 0.8f + centroid * 0.2f,
+                                   t.b * 0.8f + centroid * 0.2f, t.c * 0.8f + centroid * 0.2f};
             for (const HVector3& p : samples) {
                 bool found = false;
                 for (const auto& u : out_by_material[static_cast<uint32_t>(o)])
-                    if (Inside(p, u.a, u.b, u.c, 1e-3f)) { found = true; break; }
+                    if (Inside(p, u.a, u.b, u.c, 1e-3f)) {
+                        found = true;
+                        break;
+                    }
                 EXPECT_TRUE(found) << "point " << p.x << "," << p.y << "," << p.z;
             }
         }
@@ -525,7 +563,8 @@ TEST(ABTRoundTrip, BuildExportLoadKeepsGeometryAndTree) {
 }
 
 TEST(ABTTree, QuietLoadShowsNothingAndMakesNoBuffers) {
-    worldtest::WriteFile("tree/quiet.abt", Verts(6) + "mat={ {\"a.dds\"} }\n" + Nodes(2) + "chunks={ {1,0,0,3} {2,0,3,3} }\n");
+    worldtest::WriteFile("tree/quiet.abt", Verts(6) + "mat={ {\"a.dds\"} }\n" + Nodes(2) +
+                                               "chunks={ {1,0,0,3} {2,0,3,3} }\n");
     static int shown = 0;
     shown = 0;
     SetWorldLoadingHook([](const std::string&, bool) { ++shown; });
@@ -544,8 +583,11 @@ TEST(ABTTree, QuietLoadShowsNothingAndMakesNoBuffers) {
 TEST(ABTTree, VisibleNodesInPreOrder) {
     ABTTree tree;
     CaptureStdout();
-    LoadText(tree, Verts(3) + "mat={ {\"a.dds\"} }\n"
-                   "nodes={ {-1,1000,1000,1000,0,0,0} {0,10,10,10,0,0,0} {1,1,1,1,0,0,0} {0,10,10,10,500,0,0} {1,1,1,1,1,1,1} }\n",
+    LoadText(tree,
+             Verts(3) +
+                 "mat={ {\"a.dds\"} }\n"
+                 "nodes={ {-1,1000,1000,1000,0,0,0} {0,10,10,10,0,0,0} {1,1,1,1,0,0,0} "
+                 "{0,10,10,10,500,0,0} {1,1,1,1,1,1,1} }\n",
              100);
     GetCapturedStdout();
     std::vector<int32_t> order;

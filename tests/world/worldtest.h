@@ -23,8 +23,9 @@ namespace worldtest {
 
 inline const std::string& ScratchDir() {
     static std::string dir = [] {
-        std::string d = (std::filesystem::temp_directory_path() /
-                         ("velmora_world_" + std::to_string(getpid()))).string();
+        std::string d =
+            (std::filesystem::temp_directory_path() / ("velmora_world_" + std::to_string(getpid())))
+                .string();
         std::filesystem::create_directories(d);
         FileSystemMount(d);
         return d;
@@ -53,7 +54,8 @@ inline std::string AsmText(const std::vector<Tri>& tris) {
     s.precision(9);
     s << "verts={\n";
     for (const Tri& t : tris)
-        for (const HVector3* v : {&t.a, &t.b, &t.c}) s << "{" << v->x << "," << v->y << "," << v->z << "}\n";
+        for (const HVector3* v : {&t.a, &t.b, &t.c})
+            s << "{" << v->x << "," << v->y << "," << v->z << "}\n";
     s << "}\ntexcoords={\n{0,0}\n{0.5,0}\n{1,1}\n}\nnormals={\n{0,0,1}\n}\nfaces={\n";
     for (size_t i = 0; i < tris.size(); ++i) {
         s << "{\n{" << i * 3 << "," << i * 3 + 1 << "," << i * 3 + 2 << "}\n{0,1,2}\n{0,0,0}\n}\n";
@@ -92,9 +94,14 @@ struct Recorder : ABTRenderBackend {
     std::vector<std::string> calls;
     std::vector<std::vector<int32_t>> batches;
     void Begin(ABTTree&) override { calls.push_back("begin"); }
-    void BindBuffer(ABTTree&, uint32_t b) override { calls.push_back("buffer " + std::to_string(b)); }
-    void BindMaterial(ABTTree&, uint32_t m) override { calls.push_back("material " + std::to_string(m)); }
-    void MultiDraw(ABTTree&, const int32_t* counts, const uint16_t* const*, uint32_t size) override {
+    void BindBuffer(ABTTree&, uint32_t b) override {
+        calls.push_back("buffer " + std::to_string(b));
+    }
+    void BindMaterial(ABTTree&, uint32_t m) override {
+        calls.push_back("material " + std::to_string(m));
+    }
+    void MultiDraw(ABTTree&, const int32_t* counts, const uint16_t* const*,
+                   uint32_t size) override {
         calls.push_back("draw " + std::to_string(size));
         batches.emplace_back(counts, counts + size);
     }

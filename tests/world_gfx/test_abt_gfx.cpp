@@ -30,7 +30,9 @@ VELMORA_GL_TEST_CONTEXT("abt", kWidth, kHeight);
 
 std::string Scratch() {
     static std::string dir = [] {
-        std::string d = (std::filesystem::temp_directory_path() / ("velmora_abtgfx_" + std::to_string(getpid()))).string();
+        std::string d = (std::filesystem::temp_directory_path() /
+                         ("velmora_abtgfx_" + std::to_string(getpid())))
+                            .string();
         std::filesystem::create_directories(d);
         FileSystemMount(d);
         return d;
@@ -62,11 +64,15 @@ void WriteSolidDds(const std::string& name, uint16_t color565) {
     f.write(reinterpret_cast<const char*>(b.data()), static_cast<std::streamsize>(b.size()));
 }
 
-void AddQuad(std::string& verts, std::string& faces, int& n, HVector3 a, HVector3 b, HVector3 c, HVector3 d) {
+void AddQuad(std::string& verts, std::string& faces, int& n, HVector3 a, HVector3 b, HVector3 c,
+             HVector3 d) {
     for (const HVector3& v : {a, b, c, d})
-        verts += "{" + std::to_string(v.x) + "," + std::to_string(v.y) + "," + std::to_string(v.z) + "}\n";
-    faces += "{ {" + std::to_string(n) + "," + std::to_string(n + 1) + "," + std::to_string(n + 2) + "} {0,0,0} {0,0,0} }\n";
-    faces += "{ {" + std::to_string(n) + "," + std::to_string(n + 2) + "," + std::to_string(n + 3) + "} {0,0,0} {0,0,0} }\n";
+        verts += "{" + std::to_string(v.x) + "," + std::to_string(v.y) + "," + std::to_string(v.z) +
+                 "}\n";
+    faces += "{ {" + std::to_string(n) + "," + std::to_string(n + 1) + "," + std::to_string(n + 2) +
+             "} {0,0,0} {0,0,0} }\n";
+    faces += "{ {" + std::to_string(n) + "," + std::to_string(n + 2) + "," + std::to_string(n + 3) +
+             "} {0,0,0} {0,0,0} }\n";
     n += 4;
 }
 
@@ -84,8 +90,14 @@ void WriteLevelMeshes() {
         AddQuad(wv, wf, wn, {x, 40, 0}, {x + 10, 40, 0}, {x + 10, 40, 20}, {x, 40, 20});
     }
     const std::string common = "texcoords={ {0.5,0.5} }\nnormals={ {0,0,1} }\n";
-    std::ofstream(std::filesystem::path(Scratch()) / "floor.asm") << "verts={\n" << fv << "}\n" << common << "faces={\n" << ff << "}\n";
-    std::ofstream(std::filesystem::path(Scratch()) / "walls.asm") << "verts={\n" << wv << "}\n" << common << "faces={\n" << wf << "}\n";
+    std::ofstream(std::filesystem::path(Scratch()) / "floor.asm") << "verts={\n"
+                                                                  << fv << "}\n"
+                                                                  << common << "faces={\n"
+                                                                  << ff << "}\n";
+    std::ofstream(std::filesystem::path(Scratch()) / "walls.asm") << "verts={\n"
+                                                                  << wv << "}\n"
+                                                                  << common << "faces={\n"
+                                                                  << wf << "}\n";
 }
 
 struct Pixel {

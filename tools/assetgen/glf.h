@@ -11,7 +11,8 @@ constexpr int kGlfFirst = 32;
 constexpr int kGlfLast = 126;
 
 // Builds the file bytes; `preview` receives the atlas as white glyphs with alpha.
-bool MakeGlf(const TrueType& font, float pixel_height, int atlas_width, std::vector<uint8_t>* out, Image* preview);
+bool MakeGlf(const TrueType& font, float pixel_height, int atlas_width, std::vector<uint8_t>* out,
+             Image* preview);
 
 // Reads the atlas of a GLF file back as an image, for the contact sheet.
 bool DecodeGlf(const std::vector<uint8_t>& file, Image* out);

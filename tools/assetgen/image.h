@@ -10,7 +10,7 @@
 #include <vector>
 
 struct Col {
-  float r = 0, g = 0, b = 0, a = 1;
+    float r = 0, g = 0, b = 0, a = 1;
 };
 
 // 8-bit sRGB triple to a colour.
@@ -19,15 +19,15 @@ Col Mix(const Col& a, const Col& b, float t);
 Col Scale(const Col& c, float k);  // scales r, g, b
 
 struct Image {
-  int w = 0, h = 0;
-  std::vector<uint8_t> px;  // RGBA, rows from the top
+    int w = 0, h = 0;
+    std::vector<uint8_t> px;  // RGBA, rows from the top
 
-  Image() = default;
-  Image(int width, int height, Col fill = Col{0, 0, 0, 0});
-  Col Get(int x, int y) const;  // clamps to the edge
-  void Set(int x, int y, Col c);
-  // Source-over blend of c with coverage `cover` (0..1) times c.a.
-  void Blend(int x, int y, Col c, float cover = 1.0f);
+    Image() = default;
+    Image(int width, int height, Col fill = Col{0, 0, 0, 0});
+    Col Get(int x, int y) const;  // clamps to the edge
+    void Set(int x, int y, Col c);
+    // Source-over blend of c with coverage `cover` (0..1) times c.a.
+    void Blend(int x, int y, Col c, float cover = 1.0f);
 };
 
 // Hashes and noise. `period` makes value noise tile (lattice wraps every `period` cells).
@@ -39,26 +39,28 @@ float Fbm(float x, float y, int period, int octaves, uint32_t seed);
 // Drawing. Coordinates are pixels; shapes are antialiased by 4x4 supersampling where noted.
 void FillRect(Image& img, int x, int y, int w, int h, Col c);
 void StrokeRect(Image& img, int x, int y, int w, int h, int thickness, Col c);
-void FillRoundRect(Image& img, float x, float y, float w, float h, float radius, Col c);   // AA
-void StrokeRoundRect(Image& img, float x, float y, float w, float h, float radius, float t, Col c);  // AA
-void FillCircle(Image& img, float cx, float cy, float r, Col c);  // AA
+void FillRoundRect(Image& img, float x, float y, float w, float h, float radius, Col c);  // AA
+void StrokeRoundRect(Image& img, float x, float y, float w, float h, float radius, float t,
+                     Col c);                                                 // AA
+void FillCircle(Image& img, float cx, float cy, float r, Col c);             // AA
 void StrokeCircle(Image& img, float cx, float cy, float r, float t, Col c);  // AA
-void FillPolygon(Image& img, const std::vector<float>& xy, Col c);  // AA, even-odd
+void FillPolygon(Image& img, const std::vector<float>& xy, Col c);           // AA, even-odd
 void DrawLine(Image& img, float x0, float y0, float x1, float y1, float width, Col c);  // AA
 void VerticalGradient(Image& img, int y0, int y1, Col top, Col bottom);
 
 // A TrueType face from a file; text is drawn with its baseline at y.
 struct TrueType {
-  std::vector<uint8_t> data;
-  void* info = nullptr;  // stbtt_fontinfo, owned
-  bool Load(const std::string& path);
-  ~TrueType();
-  float Scale(float pixel_height) const;
-  int Advance(int code, float pixel_height) const;  // rounded, pixels
-  float TextWidth(const std::string& text, float pixel_height) const;
-  void Ascent(float pixel_height, int* ascent, int* descent) const;
-  // Coverage bitmap of one glyph: box (x0, y0)-(x1, y1) relative to the pen on the baseline.
-  std::vector<uint8_t> Glyph(int code, float pixel_height, int* x0, int* y0, int* w, int* h) const;
+    std::vector<uint8_t> data;
+    void* info = nullptr;  // stbtt_fontinfo, owned
+    bool Load(const std::string& path);
+    ~TrueType();
+    float Scale(float pixel_height) const;
+    int Advance(int code, float pixel_height) const;  // rounded, pixels
+    float TextWidth(const std::string& text, float pixel_height) const;
+    void Ascent(float pixel_height, int* ascent, int* descent) const;
+    // Coverage bitmap of one glyph: box (x0, y0)-(x1, y1) relative to the pen on the baseline.
+    std::vector<uint8_t> Glyph(int code, float pixel_height, int* x0, int* y0, int* w,
+                               int* h) const;
 };
 void DrawText(Image& img, const TrueType& font, float pixel_height, float x, float baseline,
               const std::string& text, Col c);
