@@ -20,7 +20,7 @@
 #include <memory>
 #include <vector>
 
-#include "app/settings.h"
+#include "platform/settings.h"
 #include "cfo/cfodocument.h"
 #include "cfo/file.h"
 #include "gl/glprocs.h"

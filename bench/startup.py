@@ -1,14 +1,15 @@
 #!/usr/bin/env python3
 """Start-up and empty-frame benchmark of the real program.
 
-Runs `velmora` (under its own Xvfb, llvmpipe) on the graphical tests' configuration with one
-test probe entity that measures, from process start, the time to the first swapped frame
+Runs the probe program (the engine and start-up of `velmora` with the test probe entity,
+tests/probe) under its own Xvfb (llvmpipe) on the graphical tests' configuration with one
+probe entity that measures, from process start, the time to the first swapped frame
 and then the frame rate of an otherwise empty scene at the given window size.
 
-    scripts/with-xvfb.sh python3 bench/startup.py build/rel/velmora [runs] [frames] [WxH]
+    scripts/with-xvfb.sh python3 bench/startup.py build/release/tests/velmora_probe \
+        [runs] [frames] [WxH]
 
-Prints one line per run and the medians. The probe entity exists only with
-VELMORA_TEST_ENTITIES=1 (source/app/testentities.h).
+Prints one line per run and the medians.
 """
 
 import os
@@ -22,6 +23,8 @@ from harness import Game  # noqa: E402
 
 
 def main():
+    if len(sys.argv) > 1:
+        os.environ['VELMORA_PROBE'] = sys.argv[1]
     runs = int(sys.argv[2]) if len(sys.argv) > 2 else 5
     frames = int(sys.argv[3]) if len(sys.argv) > 3 else 500
     width, height = (sys.argv[4] if len(sys.argv) > 4 else '1024x768').split('x')
@@ -31,7 +34,7 @@ def main():
     first, fps = [], []
     for run in range(runs):
         started = time.time()
-        game = Game(config=config, env={'VELMORA_TEST_ENTITIES': '1'}).start()
+        game = Game(config=config, probe=True).start()
         try:
             rc = game.wait_exit(300)
             out = game.output()

@@ -2,7 +2,7 @@
 // Sdl12Event: the first 20 bytes of an SDL 1.2 event record, which is what an InputEvent
 // carries to its handlers. Handlers read the type from the first byte and, for keys, the
 // key code at byte 8 (keysym.sym). The SDL2 events of the window are turned into these
-// records by app/sdlinput.h; nothing else in the engine sees SDL2 events.
+// records by platform/sdlinput.h; nothing else in the engine sees SDL2 events.
 
 #include <cstddef>
 #include <cstdint>

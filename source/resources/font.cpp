@@ -1,6 +1,6 @@
 #include "resources/font.h"
 
-#include "app/draw.h"
+#include "platform/draw.h"
 #include "gl/glprocs.h"
 
 bool Font::Load(std::string filename) {

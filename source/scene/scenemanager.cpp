@@ -10,11 +10,11 @@
 #include <cstdio>
 #include <vector>
 
-#include "app/draw.h"
-#include "app/glcaps.h"
-#include "app/sdlinput.h"
-#include "app/settings.h"
-#include "app/window.h"
+#include "platform/draw.h"
+#include "platform/glcaps.h"
+#include "platform/sdlinput.h"
+#include "platform/settings.h"
+#include "platform/window.h"
 #include "cfo/cfodocument.h"
 #include "cfo/cforeaders.h"
 #include "cfo/file.h"

@@ -3,7 +3,7 @@
 #include <cstdio>
 #include <iostream>
 
-#include "app/settings.h"
+#include "platform/settings.h"
 #include "cfo/cfodocument.h"
 #include "cfo/cfonode.h"
 #include "scene/camera.h"

@@ -2,7 +2,7 @@
 
 #include <vector>
 
-#include "app/settings.h"
+#include "platform/settings.h"
 #include "gl/glprocs.h"
 #include "resources/resourcemanager.h"
 #include "world/abttree.h"

@@ -2,7 +2,7 @@
 
 #include <SDL.h>
 
-#include "app/draw.h"
+#include "platform/draw.h"
 
 namespace {
 WorldLoadingHook loading_hook = nullptr;

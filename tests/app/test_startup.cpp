@@ -14,7 +14,7 @@
 #include <fstream>
 #include <string>
 
-#include "app/banner.h"
+#include "platform/banner.h"
 
 #ifdef VELMORA_EXE
 

@@ -1,2 +1,2 @@
 # Handlers belong to entities: the event tests make small entity classes.
-target_link_libraries(${exe} PRIVATE velmora_entity)
+target_link_libraries(${exe} PRIVATE velmora_scene)

@@ -31,13 +31,16 @@ CONVERT = '/usr/bin/convert'  # /usr/local/bin/convert may be a stand-in: use th
 DEFAULT_TIMEOUT = 30.0
 
 
-def binary_path():
-    """The game binary, from VELMORA_BINARY (set by the suite) or the first argument."""
-    path = os.environ.get('VELMORA_BINARY')
-    if not path and len(sys.argv) > 1:
-        path = sys.argv[1]
+def binary_path(probe=False):
+    """The game binary, from VELMORA_BINARY (set by the suite) or the first argument; with
+    `probe`, the probe program (tests/probe) from VELMORA_PROBE or the second argument."""
+    variable, index = ('VELMORA_PROBE', 2) if probe else ('VELMORA_BINARY', 1)
+    path = os.environ.get(variable)
+    if not path and len(sys.argv) > index:
+        path = sys.argv[index]
     if not path or not os.path.exists(path):
-        print('harness: velmora binary not found (set VELMORA_BINARY)')
+        print('harness: %s not found (set %s)' % ('probe program' if probe else 'velmora binary',
+                                                  variable))
         sys.exit(1)
     return os.path.abspath(path)
 
@@ -131,10 +134,12 @@ def grey(level):
 
 
 class Game:
-    """One run of the game in a temporary folder holding data/."""
+    """One run of the game in a temporary folder holding data/. With `probe`, the run is
+    of the probe program, which knows the TestProbe entity besides the game's classes."""
 
-    def __init__(self, config=None, files=None, args=None, env=None, config_name='conf_pc_d.cfo'):
-        self.binary = binary_path()
+    def __init__(self, config=None, files=None, args=None, env=None, config_name='conf_pc_d.cfo',
+                 probe=False):
+        self.binary = binary_path(probe)
         self.folder = tempfile.mkdtemp(prefix='velmora_gfx_')
         self.data = os.path.join(self.folder, 'data')
         os.makedirs(self.data)

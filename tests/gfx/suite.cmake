@@ -1,9 +1,10 @@
-# Graphical end-to-end tests: every tests/gfx/test_*.py runs the real velmora binary inside
+# Graphical end-to-end tests: every tests/gfx/test_*.py runs the real velmora binary (or the
+# probe program, tests/probe, where a test looks inside the frame loop) inside
 # its own Xvfb (scripts/with-xvfb.sh) through the harness in tests/gfx/harness.py.
 # A script names its labels on a line "# labels: app;gfx" (default "app;gfx"); "gfx" is
 # always added so that `ctest -LE gfx` leaves them all out.
 find_package(Python3 COMPONENTS Interpreter)
-if(Python3_Interpreter_FOUND AND TARGET velmora)
+if(Python3_Interpreter_FOUND AND TARGET velmora AND TARGET velmora_probe)
   file(GLOB gfx_scripts CONFIGURE_DEPENDS ${CMAKE_CURRENT_LIST_DIR}/test_*.py)
   foreach(script ${gfx_scripts})
     get_filename_component(gfx_name ${script} NAME_WE)
@@ -16,11 +17,11 @@ if(Python3_Interpreter_FOUND AND TARGET velmora)
     endif()
     add_test(NAME gfx.${gfx_name}
       COMMAND ${PROJECT_SOURCE_DIR}/scripts/with-xvfb.sh --size 1280x1024
-              ${Python3_EXECUTABLE} ${script} $<TARGET_FILE:velmora>
+              ${Python3_EXECUTABLE} ${script} $<TARGET_FILE:velmora> $<TARGET_FILE:velmora_probe>
       WORKING_DIRECTORY ${CMAKE_CURRENT_BINARY_DIR})
     set_tests_properties(gfx.${gfx_name} PROPERTIES
       LABELS "${gfx_labels}"
       TIMEOUT 300
-      ENVIRONMENT "VELMORA_BINARY=$<TARGET_FILE:velmora>;PYTHONDONTWRITEBYTECODE=1")
+      ENVIRONMENT "VELMORA_BINARY=$<TARGET_FILE:velmora>;VELMORA_PROBE=$<TARGET_FILE:velmora_probe>;PYTHONDONTWRITEBYTECODE=1")
   endforeach()
 endif()

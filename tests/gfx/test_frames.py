@@ -1,7 +1,7 @@
 # labels: scene;gfx
 """The frame loop and input as the running program shows them, observed through the test
-probe entity (VELMORA_TEST_ENTITIES=1, source/app/testentities.h), which logs what it
-receives, and through screenshots."""
+probe entity of the probe program (tests/probe/testprobe.h), which logs what it receives,
+and through screenshots."""
 
 import os
 import re
@@ -12,7 +12,6 @@ sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
 from harness import Game, colour_close, grey, run_cases  # noqa: E402
 
 GREY = grey(0.3)
-PROBES = {'VELMORA_TEST_ENTITIES': '1'}
 
 
 def window(width=800, height=600):
@@ -20,7 +19,7 @@ def window(width=800, height=600):
 
 
 def start(c, config, files=None, width=800, height=600):
-    game = Game(config=window(width, height) + config, files=files, env=PROBES).start()
+    game = Game(config=window(width, height) + config, files=files, probe=True).start()
     wid = game.find_window()
     c.check(wid is not None, 'the window "Orsin" appears')
     return game

@@ -6,7 +6,7 @@ import os
 import sys
 
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
-from harness import Game, grey, run_cases  # noqa: E402
+from harness import Game, binary_path, grey, run_cases  # noqa: E402
 
 GREY = grey(0.3)
 WINDOW = 'Window={width=800;height=600;}\n'
@@ -219,6 +219,33 @@ def case_require_loop(c):
     finally:
         game.stop()
     return c.done([game])
+
+
+def case_game_binary_has_no_probe(c):
+    """The probe entity lives in the probe program only: the game neither contains its
+    name nor builds it from a document, whatever the environment says."""
+    config = WINDOW + 'SceneManager={ TestProbe={name=p;quad=0,0,1024,768;colour=0,1,0;} }\n'
+    with open(binary_path(), 'rb') as f:
+        c.check(b'TestProbe' not in f.read(), 'the velmora binary holds no "TestProbe"')
+    game = Game(config=config, env={'VELMORA_TEST_ENTITIES': '1'}).start()
+    try:
+        grey_frame_then_q(c, game)
+        c.equal(game.count_lines(r"^TestProbe "), 0, 'the game makes no probe entity')
+    finally:
+        game.stop()
+    # The same document in the probe program does make one: the check above can fail.
+    probe = Game(config=config, probe=True).start()
+    try:
+        c.check(probe.wait_for_line(r"^TestProbe 'p' loaded$") >= 0, 'the probe program loads it')
+        c.check(probe.find_window() is not None, 'the probe program opens its window')
+        shot = probe.wait_for_colour((0, 255, 0), fraction=0.9)
+        c.check(shot is not None and shot.fraction((0, 255, 0)) >= 0.9,
+                'the probe program draws its green quad over the window')
+        probe.key('q')
+        c.equal(probe.wait_exit(20), 0, 'the probe program ends on "q"')
+    finally:
+        probe.stop()
+    return c.done([game, probe])
 
 
 if __name__ == '__main__':

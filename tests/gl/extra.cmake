@@ -1,2 +1,2 @@
-# The extension rule lives beside the window code.
-target_link_libraries(${exe} PRIVATE velmora_app)
+# The extension rule lives beside the window code, in the platform layer.
+target_link_libraries(${exe} PRIVATE velmora_platform)

@@ -1,7 +1,7 @@
 // The whole-word rule of the extension check, on extension strings given directly.
 #include <gtest/gtest.h>
 
-#include "app/glcaps.h"
+#include "platform/glcaps.h"
 
 namespace {
 

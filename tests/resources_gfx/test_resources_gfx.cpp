@@ -10,8 +10,8 @@
 
 #include "../resources/imagewriters.h"
 #include "../resources/testdir.h"
-#include "app/draw.h"
-#include "app/settings.h"
+#include "platform/draw.h"
+#include "platform/settings.h"
 #include "gl/glprocs.h"
 #include "resources/font.h"
 #include "resources/resourcemanager.h"

@@ -13,7 +13,7 @@
 #include <string>
 #include <vector>
 
-#include "app/settings.h"
+#include "platform/settings.h"
 #include "cfo/cfodocument.h"
 #include "cfo/file.h"
 #include "events/events.h"

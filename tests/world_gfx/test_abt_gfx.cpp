@@ -11,7 +11,7 @@
 #include <fstream>
 #include <vector>
 
-#include "app/settings.h"
+#include "platform/settings.h"
 #include "cfo/cfodocument.h"
 #include "cfo/file.h"
 #include "gl/glprocs.h"

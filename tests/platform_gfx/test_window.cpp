@@ -7,10 +7,10 @@
 #include <string>
 #include <unistd.h>
 
-#include "app/draw.h"
-#include "app/glcaps.h"
-#include "app/settings.h"
-#include "app/window.h"
+#include "platform/draw.h"
+#include "platform/glcaps.h"
+#include "platform/settings.h"
+#include "platform/window.h"
 #include "cfo/cfonode.h"
 #include "gl/glprocs.h"
 #include "screenpixel.h"

@@ -1,4 +1,4 @@
-#include "app/settings.h"
+#include "platform/settings.h"
 
 bool r_debug = false;
 bool r_debug_physics = false;

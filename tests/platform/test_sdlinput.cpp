@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-#include "app/sdlinput.h"
+#include "platform/sdlinput.h"
 #include "events/sdl12event.h"
 
 namespace {

@@ -1,4 +1,4 @@
-#include "app/glcaps.h"
+#include "platform/glcaps.h"
 
 #include <GL/gl.h>
 #include <GL/glext.h>
@@ -6,7 +6,7 @@
 #include <cstdio>
 #include <cstring>
 
-#include "app/settings.h"
+#include "platform/settings.h"
 
 bool FindExtension(const char* extensions, const char* name) {
     if (extensions == nullptr || name == nullptr) return false;

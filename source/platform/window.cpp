@@ -1,11 +1,11 @@
-#include "app/window.h"
+#include "platform/window.h"
 
 #include <GL/gl.h>
 #include <GL/glext.h>
 
 #include <cstdio>
 
-#include "app/settings.h"
+#include "platform/settings.h"
 #include "cfo/cforeaders.h"
 #include "gl/glprocs.h"
 

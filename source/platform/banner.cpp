@@ -1,4 +1,4 @@
-#include "app/banner.h"
+#include "platform/banner.h"
 
 #include <unistd.h>
 

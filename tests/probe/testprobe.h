@@ -1,8 +1,8 @@
 #pragma once
-// Test-only entities for the graphical tests (tests/gfx) and the start-up benchmark
-// (bench/startup.py). They are registered only when the environment variable
-// VELMORA_TEST_ENTITIES is "1", so no shipped document can name them; the game itself
-// never sees them. Header-only, included by main alone.
+// The probe entity of the graphical tests (tests/gfx) and the start-up benchmark
+// (bench/startup.py). It lives only in the probe program (tests/probe/probe_main.cpp),
+// which runs the engine exactly as the game does with this one class registered more;
+// the game itself never contains it.
 //
 // "TestProbe" logs what reaches it, on standard output, one line per fact, each starting
 // with "TestProbe '<name>' ": its life ("loaded", "bound", "unloaded", "deleted"), the main
@@ -31,8 +31,8 @@
 #include <cstring>
 #include <string>
 
-#include "app/draw.h"
-#include "app/settings.h"
+#include "platform/draw.h"
+#include "platform/settings.h"
 #include "cfo/cfonode.h"
 #include "cfo/cforeaders.h"
 #include "events/eventmanager.h"
@@ -41,9 +41,10 @@
 #include "scene/entity.h"
 #include "scene/scenemanager.h"
 
-// The main loop's pass number, counted by main before each SceneManager::Update.
+// The main loop's pass number, counted by the probe program before each pass.
 inline uint32_t test_loop_pass = 0;
-// Taken while main's file is initialised, before main runs: the benchmark's zero.
+// Taken while the probe program's file is initialised, before main runs: the benchmark's
+// zero.
 inline const std::chrono::steady_clock::time_point test_process_start =
     std::chrono::steady_clock::now();
 
@@ -208,9 +209,7 @@ private:
     std::chrono::steady_clock::time_point bench_start;
 };
 
-// Registers the test entities when VELMORA_TEST_ENTITIES is "1"; otherwise nothing.
+// Registers the probe class; the probe program hands this to Application::Start.
 inline void RegisterTestEntities(SceneManager* scene_manager) {
-    const char* enabled = getenv("VELMORA_TEST_ENTITIES");
-    if (enabled == nullptr || strcmp(enabled, "1") != 0) return;
     scene_manager->GetClasses()->Register<TestProbe>();
 }

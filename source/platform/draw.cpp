@@ -1,9 +1,9 @@
-#include "app/draw.h"
+#include "platform/draw.h"
 
 #include <GL/gl.h>
 
-#include "app/settings.h"
-#include "app/window.h"
+#include "platform/settings.h"
+#include "platform/window.h"
 
 LoadingTextPrinter loading_text_printer = nullptr;
 

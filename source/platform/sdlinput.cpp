@@ -1,4 +1,4 @@
-#include "app/sdlinput.h"
+#include "platform/sdlinput.h"
 
 #include <cstring>
 

@@ -1,0 +1,136 @@
+#include "app/application.h"
+
+#include <cstdio>
+#include <string>
+
+#include "cfo/cfodocument.h"
+#include "events/events.h"
+#include "platform/banner.h"
+#include "platform/draw.h"
+#include "platform/glcaps.h"
+#include "platform/window.h"
+#include "resources/font.h"
+#include "resources/shaderprogram.h"
+#include "resources/texturetga.h"
+#include "scene/scenemanager.h"
+#include "world/meshaam.h"
+#include "world/meshasm.h"
+
+namespace {
+
+// The configuration named on the command line, else the default one; 0 when neither
+// can be read (after "Could not read configuration file").
+CfoDocument* ReadConfiguration(int argc, char** argv) {
+    std::string config_name = "conf_pc.cfo";
+    config_name = "conf_pc_d.cfo";  // the debug configuration is the one that counts
+
+    CfoDocument* config = nullptr;
+    if (argc > 1) {
+        config = new CfoDocument();
+        if (!config->LoadFile(argv[1])) {
+            delete config;
+            config = nullptr;
+        }
+    }
+    if (config == nullptr) {
+        config = new CfoDocument();
+        if (!config->LoadFile(config_name)) {
+            delete config;
+            printf("Could not read configuration file\n");
+            return nullptr;
+        }
+    }
+    return config;
+}
+
+// Every class that documents may name.
+void RegisterClasses(SceneManager* scene_manager) {
+    ClassRegistry* classes = scene_manager->GetClasses();
+    classes->Register<SceneManager>();
+    // --- the GUI, scene, game and world classes register here, in this order:
+    // --- CustomGuiLayer, GameGuiLayer, GUIWindow, GUIButton, GUIImage, GUIVideo, GUIList,
+    // --- GUIFileWindow, Scene, Player, EnemyPoliceDude, StaticGeometry, Trigger, Doors,
+    // --- Item, WorldGeometry.
+}
+
+// The resource loaders by file extension, in lookup order.
+void RegisterResourceLoaders(SceneManager* scene_manager) {
+    scene_manager->RegisterResource("dds", TextureDDS());
+    scene_manager->RegisterResource("tga", TextureTGA());
+    scene_manager->RegisterResource("asm", MeshASM());
+    scene_manager->RegisterResource("aam", MeshAAM());
+    scene_manager->RegisterResource("glf", Font());
+    scene_manager->RegisterResource("cg", ShaderProgram());
+    // --- sound: "wav" and "ogg" (Sound) register here, in this order.
+}
+
+// The tree from the configuration's own node, bound, and the world paused until the
+// menu starts the game.
+void BuildTree(SceneManager* scene_manager, CfoDocument* config) {
+    CfoNode* node = config->FindChild(scene_manager->GetTypeName());
+    scene_manager->LoadTree(node, scene_manager);
+    scene_manager->BindTree(scene_manager);
+    scene_manager->Post(new ResumeGameEvent(false));
+}
+
+}  // namespace
+
+bool Application::Start(int argc, char** argv, RegisterClassesFn register_more) {
+    PrintBanner(stdout);
+
+    // A failed mount is reported and the start goes on; every later file fails on its own.
+    SceneManager::AddSearchPath("data/");
+
+    CfoDocument* config = ReadConfiguration(argc, argv);
+    if (config == nullptr) return false;
+
+    scene_manager = new SceneManager();
+    window = new Window();
+
+    if (!window->Init(config->FindChild("Window"))) {
+        delete config;
+        delete window;
+        delete scene_manager;
+        window = nullptr;
+        scene_manager = nullptr;
+        return false;
+    }
+    // A missing required extension ends the program at once, with nothing cleaned up.
+    if (!CheckCapabilities()) return false;
+    // The global font lives for the whole run.
+    default_texture.Load("system/white.dds");
+    LoadGlobalFont("system/tahoma2.glf");
+    InitCg("arbvp1", "arbfp1");
+    // --- sound: the sound system starts here.
+
+    DrawLoadingScreen("Loading...", true);
+
+    RegisterClasses(scene_manager);
+    if (register_more != nullptr) register_more(scene_manager);
+    RegisterResourceLoaders(scene_manager);
+    window->PrintInfo();
+    PrintCapabilities();
+    BuildTree(scene_manager, config);
+
+    delete config;  // no node pointer outlives this
+
+    PrintClosingLine(stdout);
+    return true;
+}
+
+bool Application::RunPass() {
+    if (!scene_manager->Update()) return false;
+    scene_manager->Post(
+        new FrameEvent(scene_manager->dt, scene_manager->time, scene_manager, window));
+    scene_manager->render_queue.Flush();
+    scene_manager->CleanUpObjects();
+    return true;
+}
+
+void Application::Shutdown() {
+    scene_manager->DestroyTree(scene_manager, scene_manager);
+    delete window;
+    delete scene_manager;
+    window = nullptr;
+    scene_manager = nullptr;
+}
