@@ -6,7 +6,7 @@ set -euo pipefail
 PACKAGES=(
   # toolchain and test tools
   build-essential cmake ninja-build pkg-config git
-  clang libclang-rt-14-dev llvm
+  clang libclang-rt-14-dev llvm clang-format
   libgtest-dev libgmock-dev libbenchmark-dev rapidjson-dev
   # engine libraries
   libsdl2-dev libsdl2-mixer-dev libphysfs-dev zlib1g-dev
