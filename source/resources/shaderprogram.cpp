@@ -8,6 +8,7 @@
 
 #include "cfo/file.h"
 #include "gl/glprocs.h"
+#include "math/hmatrix4.h"
 
 bool cg_context = false;
 ShaderProfile cg_vertex_profile = SHADER_PROFILE_UNKNOWN;
@@ -22,59 +23,18 @@ void RaiseError(const std::string& text) {
     OnCgError();
 }
 
-// Column-major 4x4 helpers over GL's matrix layout.
-void Multiply(const float* a, const float* b, float* out) {
-    for (int c = 0; c < 4; c++)
-        for (int r = 0; r < 4; r++) {
-            float sum = 0.0f;
-            for (int k = 0; k < 4; k++) sum += a[k * 4 + r] * b[c * 4 + k];
-            out[c * 4 + r] = sum;
-        }
+// GL keeps its matrices column-major and HMatrix4 is row-major: reading GL's array row by
+// row and writing it back the same way converts between the two.
+HMatrix4 FromGlMatrix(const float* gl) {
+    HMatrix4 r;
+    for (int row = 0; row < 4; row++)
+        for (int col = 0; col < 4; col++) r.m[row][col] = gl[col * 4 + row];
+    return r;
 }
 
-void Transpose(float* m) {
-    for (int r = 0; r < 4; r++)
-        for (int c = r + 1; c < 4; c++) std::swap(m[c * 4 + r], m[r * 4 + c]);
-}
-
-// General inverse by cofactors; a singular matrix is left as it is.
-void Invert(float* m) {
-    float inv[16];
-    inv[0] = m[5] * m[10] * m[15] - m[5] * m[11] * m[14] - m[9] * m[6] * m[15] +
-             m[9] * m[7] * m[14] + m[13] * m[6] * m[11] - m[13] * m[7] * m[10];
-    inv[4] = -m[4] * m[10] * m[15] + m[4] * m[11] * m[14] + m[8] * m[6] * m[15] -
-             m[8] * m[7] * m[14] - m[12] * m[6] * m[11] + m[12] * m[7] * m[10];
-    inv[8] = m[4] * m[9] * m[15] - m[4] * m[11] * m[13] - m[8] * m[5] * m[15] +
-             m[8] * m[7] * m[13] + m[12] * m[5] * m[11] - m[12] * m[7] * m[9];
-    inv[12] = -m[4] * m[9] * m[14] + m[4] * m[10] * m[13] + m[8] * m[5] * m[14] -
-              m[8] * m[6] * m[13] - m[12] * m[5] * m[10] + m[12] * m[6] * m[9];
-    inv[1] = -m[1] * m[10] * m[15] + m[1] * m[11] * m[14] + m[9] * m[2] * m[15] -
-             m[9] * m[3] * m[14] - m[13] * m[2] * m[11] + m[13] * m[3] * m[10];
-    inv[5] = m[0] * m[10] * m[15] - m[0] * m[11] * m[14] - m[8] * m[2] * m[15] +
-             m[8] * m[3] * m[14] + m[12] * m[2] * m[11] - m[12] * m[3] * m[10];
-    inv[9] = -m[0] * m[9] * m[15] + m[0] * m[11] * m[13] + m[8] * m[1] * m[15] -
-             m[8] * m[3] * m[13] - m[12] * m[1] * m[11] + m[12] * m[3] * m[9];
-    inv[13] = m[0] * m[9] * m[14] - m[0] * m[10] * m[13] - m[8] * m[1] * m[14] +
-              m[8] * m[2] * m[13] + m[12] * m[1] * m[10] - m[12] * m[2] * m[9];
-    inv[2] = m[1] * m[6] * m[15] - m[1] * m[7] * m[14] - m[5] * m[2] * m[15] + m[5] * m[3] * m[14] +
-             m[13] * m[2] * m[7] - m[13] * m[3] * m[6];
-    inv[6] = -m[0] * m[6] * m[15] + m[0] * m[7] * m[14] + m[4] * m[2] * m[15] -
-             m[4] * m[3] * m[14] - m[12] * m[2] * m[7] + m[12] * m[3] * m[6];
-    inv[10] = m[0] * m[5] * m[15] - m[0] * m[7] * m[13] - m[4] * m[1] * m[15] +
-              m[4] * m[3] * m[13] + m[12] * m[1] * m[7] - m[12] * m[3] * m[5];
-    inv[14] = -m[0] * m[5] * m[14] + m[0] * m[6] * m[13] + m[4] * m[1] * m[14] -
-              m[4] * m[2] * m[13] - m[12] * m[1] * m[6] + m[12] * m[2] * m[5];
-    inv[3] = -m[1] * m[6] * m[11] + m[1] * m[7] * m[10] + m[5] * m[2] * m[11] -
-             m[5] * m[3] * m[10] - m[9] * m[2] * m[7] + m[9] * m[3] * m[6];
-    inv[7] = m[0] * m[6] * m[11] - m[0] * m[7] * m[10] - m[4] * m[2] * m[11] + m[4] * m[3] * m[10] +
-             m[8] * m[2] * m[7] - m[8] * m[3] * m[6];
-    inv[11] = -m[0] * m[5] * m[11] + m[0] * m[7] * m[9] + m[4] * m[1] * m[11] - m[4] * m[3] * m[9] -
-              m[8] * m[1] * m[7] + m[8] * m[3] * m[5];
-    inv[15] = m[0] * m[5] * m[10] - m[0] * m[6] * m[9] - m[4] * m[1] * m[10] + m[4] * m[2] * m[9] +
-              m[8] * m[1] * m[6] - m[8] * m[2] * m[5];
-    float det = m[0] * inv[0] + m[1] * inv[4] + m[2] * inv[8] + m[3] * inv[12];
-    if (det == 0.0f) return;
-    for (int i = 0; i < 16; i++) m[i] = inv[i] / det;
+void ToGlMatrix(const HMatrix4& m, float* gl) {
+    for (int row = 0; row < 4; row++)
+        for (int col = 0; col < 4; col++) gl[col * 4 + row] = m.m[row][col];
 }
 
 std::string ShaderLog(uint32_t object, bool is_program) {
@@ -383,19 +343,24 @@ void ShaderProgram::Store(const std::string& name, Parameter::Kind kind, int com
 
 void ShaderProgram::SetStateMatrix(const std::string& name, ShaderStateMatrix matrix,
                                    ShaderMatrixTransform transform) {
-    float m[16], mv[16], proj[16];
-    glGetFloatv(GL_MODELVIEW_MATRIX, mv);
-    glGetFloatv(GL_PROJECTION_MATRIX, proj);
-    if (matrix == SHADER_MODELVIEW_MATRIX)
-        std::memcpy(m, mv, sizeof(m));
-    else if (matrix == SHADER_PROJECTION_MATRIX)
-        std::memcpy(m, proj, sizeof(m));
-    else
-        Multiply(proj, mv, m);
-    if (transform == SHADER_MATRIX_INVERSE || transform == SHADER_MATRIX_INVERSE_TRANSPOSE)
-        Invert(m);
+    float gl_modelview[16], gl_projection[16];
+    glGetFloatv(GL_MODELVIEW_MATRIX, gl_modelview);
+    glGetFloatv(GL_PROJECTION_MATRIX, gl_projection);
+    const HMatrix4 modelview = FromGlMatrix(gl_modelview);
+    const HMatrix4 projection = FromGlMatrix(gl_projection);
+    HMatrix4 state = modelview;
+    if (matrix == SHADER_PROJECTION_MATRIX)
+        state = projection;
+    else if (matrix != SHADER_MODELVIEW_MATRIX)
+        state = projection * modelview;
+    // A singular matrix has no inverse: it is passed on as it is rather than as zeros.
+    if ((transform == SHADER_MATRIX_INVERSE || transform == SHADER_MATRIX_INVERSE_TRANSPOSE) &&
+        state.Determinant() != 0.0f)
+        state = state.Inverse();
     if (transform == SHADER_MATRIX_TRANSPOSE || transform == SHADER_MATRIX_INVERSE_TRANSPOSE)
-        Transpose(m);
+        state = state.Transpose();
+    float m[16];
+    ToGlMatrix(state, m);
     Store(name, Parameter::MATRIX, 16, m, 1);
 }
 
