@@ -18,6 +18,7 @@
 #include "cfo/file.h"
 #include "events/events.h"
 #include "scene/scenemanager.h"
+#include "support/tempfolder.h"
 
 namespace scenetest {
 
@@ -32,32 +33,13 @@ inline std::string Joined() {
     return out;
 }
 
-struct TempFolder {
-    std::string path;
-    TempFolder() {
-        char pattern[] = "/tmp/velmora_scene_XXXXXX";
-        const char* made = mkdtemp(pattern);
-        path = made ? made : "";
-        if (!path.empty()) FileSystemMount(path);
-    }
-    ~TempFolder() {
-        if (!path.empty()) {
-            std::error_code ignored;
-            std::filesystem::remove_all(path, ignored);
-        }
-    }
-};
-
 inline const std::string& TempDir() {
-    static TempFolder folder;
+    static testsupport::MountedTempFolder folder("velmora_scene");
     return folder.path;
 }
 
 inline void WriteFile(const std::string& name, const std::string& text) {
-    std::filesystem::path full = std::filesystem::path(TempDir()) / name;
-    std::filesystem::create_directories(full.parent_path());
-    std::ofstream out(full, std::ios::binary);
-    out << text;
+    testsupport::WriteNativeFile(TempDir(), name, text.data(), text.size());
 }
 
 // Logs every operation of its life; answers FrameEvent, ResumeGameEvent and InputEvent.
