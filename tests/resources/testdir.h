@@ -1,8 +1,6 @@
 #pragma once
 // A scratch folder mounted on the search path for the resource tests.
 
-#include <unistd.h>
-
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
