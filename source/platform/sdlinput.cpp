@@ -239,6 +239,9 @@ bool TranslateSdlEvent(const SDL_Event& in, Sdl12Event* out) {
     switch (in.type) {
         case SDL_KEYDOWN:
         case SDL_KEYUP: {
+            // SDL 1.2 sent one key down per press (key repeat was never turned on); SDL2's
+            // repeats of a held key would toggle F2 and flood the entities.
+            if (in.key.repeat != 0) return false;
             // type 0, which 1, state 2, keysym at 4: scancode 4, sym 8, mod 12, unicode 16.
             const bool down = in.type == SDL_KEYDOWN;
             const int32_t sym = TranslateSdlKey(in.key.keysym.sym);

@@ -12,8 +12,9 @@
 union Sdl12Event;
 
 // Fills `out` from `in`. False when the event has no SDL 1.2 counterpart the engine uses
-// (window events, text input, ...); `out` is then left alone. A mouse wheel event gives
-// the button-down record; the matching button-up is made by WheelButtonUp.
+// (window events, text input, SDL2's key repeats: a held key gives one key down and one
+// key up, ...); `out` is then left alone. A mouse wheel event gives the button-down record;
+// the matching button-up is made by WheelButtonUp.
 bool TranslateSdlEvent(const SDL_Event& in, Sdl12Event* out);
 
 // For a wheel event: the button-up record that follows the button-down one, as SDL 1.2

@@ -195,6 +195,25 @@ TEST(SdlEvents, KeyDownRecord) {
     EXPECT_EQ(b.U8(3), 0);
 }
 
+TEST(SdlEvents, KeyRepeatIsDropped) {
+    SDL_Event held = Key(SDL_KEYDOWN, SDLK_F2);
+    held.key.repeat = 1;
+    Sdl12Event out;
+    memset(&out, 0x3C, sizeof(out));
+    EXPECT_FALSE(TranslateSdlEvent(held, &out));
+    EXPECT_EQ(Raw(out).U8(0), 0x3C);
+    held.key.keysym.sym = SDLK_a;
+    EXPECT_FALSE(TranslateSdlEvent(held, &out));
+    EXPECT_EQ(Raw(out).U8(0), 0x3C);
+    // The first press and the release still come through.
+    ASSERT_TRUE(TranslateSdlEvent(Key(SDL_KEYDOWN, SDLK_F2), &out));
+    EXPECT_EQ(Raw(out).U8(0), 2);
+    EXPECT_EQ(Raw(out).S32(8), 283);
+    ASSERT_TRUE(TranslateSdlEvent(Key(SDL_KEYUP, SDLK_F2), &out));
+    EXPECT_EQ(Raw(out).U8(0), 3);
+    EXPECT_EQ(Raw(out).S32(8), 283);
+}
+
 TEST(SdlEvents, KeyUpRecordOfASpecialKey) {
     Sdl12Event out;
     ASSERT_TRUE(TranslateSdlEvent(Key(SDL_KEYUP, SDLK_F2), &out));
