@@ -13,6 +13,16 @@ constexpr uint8_t kButtonDown = SDL12_MOUSEBUTTONDOWN;
 constexpr uint8_t kButtonUp = SDL12_MOUSEBUTTONUP;
 constexpr uint8_t kQuit = SDL12_QUIT;
 
+// SDL 1.2 key codes that SDL2 does not give one key of its own.
+constexpr int32_t kKeyPause = 19;
+constexpr int32_t kKeyCompose = 314;
+constexpr int32_t kKeyBreak = 318;
+
+// What SDL2 reports for a key whose X keysym it cannot name: the Compose key (Multi_key,
+// wherever the layout puts it), and in the same way dead accent keys, level-five, hyper
+// and group-switch keys, which it cannot tell apart from it.
+constexpr SDL_Keycode kSdlUnnamedKey = SDL_SCANCODE_TO_KEYCODE(SDL_SCANCODE_UNKNOWN);
+
 // SDL 1.2 button numbers of the wheel.
 constexpr uint8_t kWheelUp = 4;
 constexpr uint8_t kWheelDown = 5;
@@ -71,6 +81,23 @@ void FillWheel(const SDL_Event& in, uint8_t button, uint8_t type, Sdl12Event* ou
     Record r;
     Button(r, type, static_cast<uint8_t>(in.wheel.which), button, x, y);
     r.CopyTo(out);
+}
+
+// Break is Ctrl+Pause; SDL2 reports it as Pause with a Ctrl modifier. The press decides,
+// and its release carries the same code even when Ctrl is let go first, so that a handler
+// that tracks held keys sees the pair it expects.
+bool break_held = false;
+
+int32_t KeyCode(const SDL_Event& in) {
+    const SDL_Keysym& key = in.key.keysym;
+    if (key.sym != SDLK_PAUSE) return TranslateSdlKey(key.sym);
+    if (in.type == SDL_KEYDOWN) {
+        break_held = (key.mod & KMOD_CTRL) != 0;
+        return break_held ? kKeyBreak : kKeyPause;
+    }
+    const bool was_break = break_held;
+    break_held = false;
+    return was_break ? kKeyBreak : kKeyPause;
 }
 
 }  // namespace
@@ -181,13 +208,16 @@ int32_t TranslateSdlKey(SDL_Keycode key) {
             return 307;
         case SDLK_LALT:
             return 308;
-        // 309/310 (the meta keys) have no SDL2 counterpart; the logo keys were "super".
+        // 309/310 (the meta keys) have no SDL2 counterpart: SDL2 reports X's Meta keys and
+        // the logo keys alike as GUI keys, and the logo keys were "super".
         case SDLK_LGUI:
             return 311;
         case SDLK_RGUI:
             return 312;
         case SDLK_MODE:
             return 313;
+        case kSdlUnnamedKey:
+            return kKeyCompose;
         case SDLK_HELP:
             return 315;
         case SDLK_PRINTSCREEN:
@@ -195,7 +225,7 @@ int32_t TranslateSdlKey(SDL_Keycode key) {
         case SDLK_SYSREQ:
             return 317;
         case SDLK_PAUSE:
-            return 19;
+            return kKeyPause;
         case SDLK_KP_CLEAR:
             return 12;
         case SDLK_CLEAR:
@@ -206,6 +236,9 @@ int32_t TranslateSdlKey(SDL_Keycode key) {
             return 319;
         case SDLK_POWER:
             return 320;
+        // The euro key: the character a layout puts on a key, and the rare keyboard that
+        // sends the currency-unit usage.
+        case 0x20AC:
         case SDLK_CURRENCYUNIT:
             return 321;
         case SDLK_UNDO:
@@ -244,7 +277,7 @@ bool TranslateSdlEvent(const SDL_Event& in, Sdl12Event* out) {
             if (in.key.repeat != 0) return false;
             // type 0, which 1, state 2, keysym at 4: scancode 4, sym 8, mod 12, unicode 16.
             const bool down = in.type == SDL_KEYDOWN;
-            const int32_t sym = TranslateSdlKey(in.key.keysym.sym);
+            const int32_t sym = KeyCode(in);
             r.U8(0, down ? kKeyDown : kKeyUp);
             r.U8(2, down ? 1 : 0);
             r.U8(4, static_cast<uint8_t>(in.key.keysym.scancode));

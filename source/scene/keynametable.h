@@ -7,6 +7,9 @@
 // Two names are repeated on purpose: "sysreq", and "kperiod", which ends as 269 (the
 // keypad minus key) while "kminus" ends as 267 (the keypad divide key). No name maps to
 // 266. Documents bound their keys with these values and keep them.
+//
+// Every name can fire except "lmeta" and "rmeta": SDL2 reports meta keys as the GUI keys,
+// which are "lwindows" and "rwindows" (platform/sdlinput.h; docs/input.md).
 
 #include <cstdint>
 #include <map>

@@ -1,5 +1,6 @@
 # labels: platform;gfx
-"""Keys as a player presses them on a real X server: held keys. Observed through the test probe entity of the probe program
+"""Keys as a player presses them on a real X server: held keys, Ctrl+Pause, and keys that
+only some layouts have. Observed through the test probe entity of the probe program
 (tests/probe/testprobe.h) with "log_input=1", which logs every key with its SDL 1.2 code."""
 
 import ctypes
@@ -13,6 +14,7 @@ sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
 from harness import Game, run_cases  # noqa: E402
 
 CONFIG = 'Window={width=800;height=600;}\nSceneManager={ TestProbe={name=k;log_input=1;} }\n'
+MENU_KEYCODE = 135  # the PC Menu key in the X server's (evdev) keymap
 
 
 class KeyboardState(ctypes.Structure):
@@ -23,7 +25,7 @@ class KeyboardState(ctypes.Structure):
 
 
 class XServer:
-    """The keyboard settings of the test's own X server that the cases change."""
+    """The few keyboard settings of the test's own X server that the cases change."""
 
     def __init__(self):
         self.x11 = ctypes.CDLL(ctypes.util.find_library('X11'))
@@ -33,6 +35,10 @@ class XServer:
         self.x11.XSync.argtypes = [ctypes.c_void_p, ctypes.c_int]
         self.x11.XAutoRepeatOn.argtypes = [ctypes.c_void_p]
         self.x11.XGetKeyboardControl.argtypes = [ctypes.c_void_p, ctypes.POINTER(KeyboardState)]
+        self.x11.XStringToKeysym.restype = ctypes.c_ulong
+        self.x11.XStringToKeysym.argtypes = [ctypes.c_char_p]
+        self.x11.XChangeKeyboardMapping.argtypes = [ctypes.c_void_p, ctypes.c_int, ctypes.c_int,
+                                                    ctypes.POINTER(ctypes.c_ulong), ctypes.c_int]
 
     def _open(self):
         display = self.x11.XOpenDisplay(None)
@@ -50,6 +56,16 @@ class XServer:
             state = KeyboardState()
             self.x11.XGetKeyboardControl(display, ctypes.byref(state))
             return state.global_auto_repeat == 1  # AutoRepeatModeOn
+        finally:
+            self.x11.XCloseDisplay(display)
+
+    def set_keysym(self, keycode, name):
+        """Gives a keycode one keysym, as a layout option (compose:menu, ...) would."""
+        display = self._open()
+        try:
+            keysyms = (ctypes.c_ulong * 1)(self.x11.XStringToKeysym(name.encode()))
+            self.x11.XChangeKeyboardMapping(display, keycode, 1, keysyms, 1)
+            self.x11.XSync(display, 0)
         finally:
             self.x11.XCloseDisplay(display)
 
@@ -112,6 +128,54 @@ def case_held_key_gives_one_key_down(c):
     finally:
         game.stop()
     return c.done([game])
+
+
+def case_ctrl_pause_is_break(c):
+    game = start(c)
+    try:
+        mark = len(game.output())
+        # xdotool lets Ctrl go before Pause: the release is Break all the same.
+        game.key('ctrl+Pause')
+        c.check(game.wait_for_line(r"^TestProbe 'k' key up 318$", 10, start=mark) >= 0,
+                'the release of Break arrives')
+        keys = keys_since(game, mark)
+        c.equal([k for k in keys if k[1] != 306], [('down', 318), ('up', 318)],
+                'Ctrl+Pause is Break (318), press and release')
+        mark = len(game.output())
+        game.key('Pause')
+        c.check(game.wait_for_line(r"^TestProbe 'k' key up 19$", 10, start=mark) >= 0,
+                'the release of Pause arrives')
+        c.equal(keys_since(game, mark), [('down', 19), ('up', 19)], 'Pause alone is 19')
+        quit_with_q(c, game)
+    finally:
+        game.stop()
+    return c.done([game])
+
+
+def layout_key(c, keysym, code):
+    """Puts `keysym` on the Menu key, presses that key and expects `code`."""
+    server = XServer()
+    server.set_keysym(MENU_KEYCODE, keysym)
+    game = None
+    try:
+        game = start(c)
+        mark = len(game.output())
+        game.key(str(MENU_KEYCODE))
+        c.check(game.wait_for_line(r"^TestProbe 'k' key up %d$" % code, 10, start=mark) >= 0,
+                'the release of %s arrives as %d' % (keysym, code))
+        c.equal(keys_since(game, mark), [('down', code), ('up', code)], keysym)
+        quit_with_q(c, game)
+    finally:
+        if game is not None:
+            game.stop()
+        server.set_keysym(MENU_KEYCODE, 'Menu')
+    return game
+
+
+def case_compose_and_euro_keys(c):
+    games = [layout_key(c, 'Multi_key', 314), layout_key(c, 'EuroSign', 321),
+             layout_key(c, 'Menu', 319)]
+    return c.done([g for g in games if g is not None])
 
 
 if __name__ == '__main__':

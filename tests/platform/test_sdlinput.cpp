@@ -160,9 +160,37 @@ TEST(SdlKeys, SystemKeys) {
 TEST(SdlKeys, UnknownKeysAreZero) {
     EXPECT_EQ(TranslateSdlKey(SDLK_AUDIOPLAY), 0);
     EXPECT_EQ(TranslateSdlKey(SDLK_BRIGHTNESSUP), 0);
-    EXPECT_EQ(TranslateSdlKey(0x20AC), 0);  // a non-Latin-1 character key (euro sign)
+    EXPECT_EQ(TranslateSdlKey(0x0101), 0);  // a non-Latin-1 character key (a with macron)
+    EXPECT_EQ(TranslateSdlKey(0x20AD), 0);  // the character after the euro sign
     EXPECT_EQ(TranslateSdlKey(150), 0);     // C1 control range: no SDL 1.2 key
     EXPECT_EQ(TranslateSdlKey(-1), 0);
+}
+
+TEST(SdlKeys, EuroSignAndCurrencyUnitAreEuro) {
+    EXPECT_EQ(TranslateSdlKey(0x20AC), 321);  // a layout's euro sign key
+    EXPECT_EQ(TranslateSdlKey(SDLK_CURRENCYUNIT), 321);
+}
+
+TEST(SdlKeys, KeyWithoutAnSdl2NameIsCompose) {
+    // SDL2 reports X's Multi_key as the key code of the unknown scancode.
+    EXPECT_EQ(TranslateSdlKey(SDL_SCANCODE_TO_KEYCODE(SDL_SCANCODE_UNKNOWN)), 314);
+    EXPECT_EQ(TranslateSdlKey(0x40000000), 314);
+    // The Menu key itself stays "menu".
+    EXPECT_EQ(TranslateSdlKey(SDLK_APPLICATION), 319);
+}
+
+TEST(SdlKeys, NoSdl2KeyGivesTheMetaKeys) {
+    // SDL2 reports X's Meta keys as its GUI keys, and those are the Windows keys here.
+    EXPECT_EQ(TranslateSdlKey(SDLK_LGUI), 311);
+    EXPECT_EQ(TranslateSdlKey(SDLK_RGUI), 312);
+    for (int scancode = 0; scancode < SDL_NUM_SCANCODES; ++scancode) {
+        const int32_t code = TranslateSdlKey(SDL_SCANCODE_TO_KEYCODE(scancode));
+        EXPECT_TRUE(code != 309 && code != 310) << "scancode " << scancode;
+    }
+    for (SDL_Keycode character = 0; character <= 0x10FFFF; ++character) {
+        const int32_t code = TranslateSdlKey(character);
+        if (code == 309 || code == 310) ADD_FAILURE() << "character key " << character;
+    }
 }
 
 TEST(SdlKeys, Latin1KeysAreWorldKeys) {
@@ -211,6 +239,50 @@ TEST(SdlEvents, KeyRepeatIsDropped) {
     EXPECT_EQ(Raw(out).S32(8), 283);
     ASSERT_TRUE(TranslateSdlEvent(Key(SDL_KEYUP, SDLK_F2), &out));
     EXPECT_EQ(Raw(out).U8(0), 3);
+    EXPECT_EQ(Raw(out).S32(8), 283);
+}
+
+TEST(SdlEvents, ComposeRecord) {
+    // Multi_key on the Menu key's place, as SDL2 reports it under X.
+    SDL_Event e = Key(SDL_KEYDOWN, SDL_SCANCODE_TO_KEYCODE(SDL_SCANCODE_UNKNOWN));
+    e.key.keysym.scancode = SDL_SCANCODE_APPLICATION;
+    Sdl12Event out;
+    ASSERT_TRUE(TranslateSdlEvent(e, &out));
+    EXPECT_EQ(Raw(out).U8(0), 2);
+    EXPECT_EQ(Raw(out).S32(8), 314);
+    EXPECT_EQ(Raw(out).U16(16), 0);
+    e.type = SDL_KEYUP;
+    ASSERT_TRUE(TranslateSdlEvent(e, &out));
+    EXPECT_EQ(Raw(out).U8(0), 3);
+    EXPECT_EQ(Raw(out).S32(8), 314);
+}
+
+TEST(SdlEvents, CtrlPauseIsBreak) {
+    Sdl12Event out;
+    // Ctrl let go before Pause: the release is still Break.
+    ASSERT_TRUE(TranslateSdlEvent(Key(SDL_KEYDOWN, SDLK_PAUSE, KMOD_LCTRL), &out));
+    EXPECT_EQ(Raw(out).S32(8), 318);
+    EXPECT_EQ(Raw(out).S32(12), 0x0040);
+    ASSERT_TRUE(TranslateSdlEvent(Key(SDL_KEYUP, SDLK_PAUSE), &out));
+    EXPECT_EQ(Raw(out).U8(0), 3);
+    EXPECT_EQ(Raw(out).S32(8), 318);
+    // Pause alone.
+    ASSERT_TRUE(TranslateSdlEvent(Key(SDL_KEYDOWN, SDLK_PAUSE), &out));
+    EXPECT_EQ(Raw(out).S32(8), 19);
+    ASSERT_TRUE(TranslateSdlEvent(Key(SDL_KEYUP, SDLK_PAUSE), &out));
+    EXPECT_EQ(Raw(out).S32(8), 19);
+    // Right Ctrl, held through the release.
+    ASSERT_TRUE(TranslateSdlEvent(Key(SDL_KEYDOWN, SDLK_PAUSE, KMOD_RCTRL), &out));
+    EXPECT_EQ(Raw(out).S32(8), 318);
+    ASSERT_TRUE(TranslateSdlEvent(Key(SDL_KEYUP, SDLK_PAUSE, KMOD_RCTRL), &out));
+    EXPECT_EQ(Raw(out).S32(8), 318);
+    // Ctrl pressed only after Pause: still Pause at the release.
+    ASSERT_TRUE(TranslateSdlEvent(Key(SDL_KEYDOWN, SDLK_PAUSE), &out));
+    EXPECT_EQ(Raw(out).S32(8), 19);
+    ASSERT_TRUE(TranslateSdlEvent(Key(SDL_KEYUP, SDLK_PAUSE, KMOD_LCTRL), &out));
+    EXPECT_EQ(Raw(out).S32(8), 19);
+    // Ctrl with other keys changes nothing.
+    ASSERT_TRUE(TranslateSdlEvent(Key(SDL_KEYDOWN, SDLK_F2, KMOD_LCTRL), &out));
     EXPECT_EQ(Raw(out).S32(8), 283);
 }
 

@@ -2,8 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <set>
 
+#include "events/sdl12event.h"
+#include "platform/sdlinput.h"
 #include "scene/keynametable.h"
 
 TEST(KeyNameTable, AllAssignmentsInOrder) {
@@ -67,4 +70,34 @@ TEST(KeyNameTable, MissLeavesTheOutputAlone) {
     KeyNameTable empty;
     EXPECT_FALSE(empty.Lookup("a", code));
     EXPECT_EQ(code, 1234);
+}
+
+// Every name stands for a key that SDL2 can report, save the two meta keys, which SDL2
+// folds into the GUI keys ("lwindows", "rwindows").
+TEST(KeyNameTable, EveryNameButTheMetaKeysCanFire) {
+    std::set<int32_t> reachable;
+    for (SDL_Keycode character = 0; character <= 0x10FFFF; ++character)
+        reachable.insert(TranslateSdlKey(character));
+    for (int scancode = 0; scancode < SDL_NUM_SCANCODES; ++scancode)
+        reachable.insert(TranslateSdlKey(SDL_SCANCODE_TO_KEYCODE(scancode)));
+    // Break needs Ctrl held with Pause.
+    SDL_Event press;
+    memset(&press, 0, sizeof(press));
+    press.type = SDL_KEYDOWN;
+    press.key.keysym.sym = SDLK_PAUSE;
+    press.key.keysym.scancode = SDL_SCANCODE_PAUSE;
+    press.key.keysym.mod = KMOD_LCTRL;
+    Sdl12Event record;
+    ASSERT_TRUE(TranslateSdlEvent(press, &record));
+    reachable.insert(record.key.keysym.sym);
+    SDL_Event release = press;  // and its release, so that the layer forgets the press
+    release.type = SDL_KEYUP;
+    ASSERT_TRUE(TranslateSdlEvent(release, &record));
+
+    KeyNameTable keys;
+    keys.Build();
+    for (const auto& [name, code] : keys.table) {
+        const bool meta = name == "lmeta" || name == "rmeta";
+        EXPECT_EQ(reachable.count(code), meta ? 0u : 1u) << name << " " << code;
+    }
 }
