@@ -93,7 +93,7 @@ void BM_StringCompareDispatch(benchmark::State& state) {
                 event->target = subscribers[static_cast<size_t>(e) % subscribers.size()].get();
             round.push_back(event);
         }
-        for (EventHandlerBase* handler : manager.handlers) {
+        for (EventHandler* handler : manager.handlers) {
             for (BaseEvent* event : round) {
                 if (event->GetTypeName() != handler->GetEventTypeName()) continue;
                 if (event->target != nullptr && !handler->IsOwner(event->target)) continue;

@@ -5,13 +5,16 @@
 // EventManager owns it and deletes it at the end of the update that dispatched it.
 // Handlers must neither delete nor keep the event they are given.
 //
-// An event class's identity is its type-name string (FrameEvent's is "FrameEvent"); it is
-// what dispatch matches. Every class declares it with VELMORA_EVENT_TYPE. The numeric
+// An event's identity is what its GetTypeName() returns (FrameEvent's is "FrameEvent"); it
+// is what dispatch matches with the handler's GetEventTypeName(), so a class derived from
+// another event that reports a name of its own reaches its own handlers, not its base's.
+// Every class declares its name with VELMORA_EVENT_TYPE. The numeric
 // GetTypeId() is separate: taken on first use from the one process-wide counter that the
 // entity classes share, so ids are unique across events and entities and start at 1.
 
 #include <cstdint>
 #include <string>
+#include <typeinfo>
 
 class Entity;
 
@@ -30,8 +33,9 @@ public:
     virtual std::string GetTypeName() const { return "BaseEvent"; }
     // 0 on the base; each event class numbers itself on first call.
     virtual uint32_t GetTypeId() const { return 0; }
-    // The interned type name, the key of dispatch. The default interns GetTypeName();
-    // VELMORA_EVENT_TYPE caches it per class.
+    // The interned GetTypeName(), the key of dispatch: always InternTypeName(GetTypeName()).
+    // VELMORA_EVENT_TYPE caches it for objects of exactly its class; an override must keep
+    // the equality.
     virtual const std::string* GetTypeKey() const { return InternTypeName(GetTypeName()); }
 
     int32_t reserved = 0;      // read by no part of dispatch
@@ -41,7 +45,9 @@ public:
 };
 
 // Declares the identity of an event class: its static type-name string, its lazily
-// numbered static id, and the three virtual operations that report them.
+// numbered static id, and the three virtual operations that report them. The cached key
+// serves only objects whose class is ClassName itself: a subclass may override
+// GetTypeName() without this macro, and its key must then come from that name.
 #define VELMORA_EVENT_TYPE(ClassName, TypeNameText)                \
 public:                                                            \
     inline static const std::string type_name = TypeNameText;      \
@@ -53,7 +59,8 @@ public:                                                            \
     }                                                              \
     const std::string* GetTypeKey() const override {               \
         static const std::string* key = InternTypeName(type_name); \
-        return key;                                                \
+        if (typeid(*this) == typeid(ClassName)) return key;        \
+        return InternTypeName(GetTypeName());                      \
     }                                                              \
     static const std::string* StaticTypeKey() {                    \
         static const std::string* key = InternTypeName(type_name); \

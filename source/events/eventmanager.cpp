@@ -28,15 +28,16 @@ EventManager::EventManager()
       delayed(new std::list<BaseEvent*>()) {}
 
 EventManager::~EventManager() {
-    for (EventHandlerBase* handler : handlers) delete handler;
+    for (EventHandler* handler : handlers) delete handler;
     for (std::list<BaseEvent*>* queue : {current, next, delayed}) {
         for (BaseEvent* event : *queue) delete event;
         delete queue;
     }
 }
 
-void EventManager::AddHandler(EventHandlerBase* handler) {
+void EventManager::AddHandler(EventHandler* handler) {
     if (handler == nullptr) return;
+    handler->type_key = InternTypeName(handler->GetEventTypeName());
     handlers.push_back(handler);
 }
 
@@ -49,12 +50,12 @@ void EventManager::AttachListener(EventListener* listener, Entity* owner) {
 void EventManager::RemoveHandlers(const void* owner) {
     if (dispatching) {
         // Update is walking the vector: mark now, erase when the walk is over.
-        for (EventHandlerBase* handler : handlers)
+        for (EventHandler* handler : handlers)
             if (handler->IsOwner(owner)) handler->removed = true;
         return;
     }
     auto keep = std::stable_partition(handlers.begin(), handlers.end(),
-                                      [owner](EventHandlerBase* h) { return !h->IsOwner(owner); });
+                                      [owner](EventHandler* h) { return !h->IsOwner(owner); });
     for (auto it = keep; it != handlers.end(); ++it) delete *it;
     handlers.erase(keep, handlers.end());
 }
@@ -90,13 +91,18 @@ bool EventManager::Update(float now) {
     if (!current->empty()) {
         round_keys.clear();
         round_keys.reserve(current->size());
+        // Both sides are keyed by their names: the event's GetTypeName() and the handler's
+        // GetEventTypeName(), interned, so equal names meet whatever the C++ types are.
         for (BaseEvent* event : *current) round_keys.push_back(event->GetTypeKey());
 
         dispatching = true;
         const size_t handler_count = handlers.size();  // handlers added now wait for next round
         bool go_on = true;
         for (size_t h = 0; h < handler_count && go_on; ++h) {
-            EventHandlerBase* handler = handlers[h];
+            EventHandler* handler = handlers[h];
+            // A handler put into the vector by hand has no key yet.
+            if (handler->type_key == nullptr)
+                handler->type_key = InternTypeName(handler->GetEventTypeName());
             size_t e = 0;
             for (auto ev = current->begin(); ev != current->end(); ++ev, ++e) {
                 if (handler->removed) break;
@@ -111,9 +117,9 @@ bool EventManager::Update(float now) {
         }
         dispatching = false;
         if (std::any_of(handlers.begin(), handlers.end(),
-                        [](EventHandlerBase* h) { return h->removed; })) {
+                        [](EventHandler* h) { return h->removed; })) {
             auto keep = std::stable_partition(handlers.begin(), handlers.end(),
-                                              [](EventHandlerBase* h) { return !h->removed; });
+                                              [](EventHandler* h) { return !h->removed; });
             for (auto r = keep; r != handlers.end(); ++r) delete *r;
             handlers.erase(keep, handlers.end());
         }

@@ -17,38 +17,48 @@
 #include <cstdint>
 #include <list>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "events/baseevent.h"
 
 class EventManager;
 
-class EventHandlerBase {
+// One subscription: EventManager::handlers holds these. Dispatch calls Invoke for the
+// events whose GetTypeName() equals this handler's GetEventTypeName(); any handler class
+// may be added, not only the member-function template below.
+class EventHandler {
 public:
-    virtual ~EventHandlerBase() = default;
+    virtual ~EventHandler() = default;
     // Calls the owner's member function with the event; its result.
     virtual bool Invoke(BaseEvent* event) = 0;
     virtual std::string GetEventTypeName() const = 0;
     virtual bool IsOwner(const void* entity) const = 0;
 
-    const std::string* type_key = nullptr;  // interned event_type_name, for dispatch
-    bool removed = false;                   // dropped during dispatch, freed after it
+    bool removed = false;  // dropped during dispatch, freed after it
+
+private:
+    friend class EventManager;
+    // InternTypeName(GetEventTypeName()), set by the manager that holds the handler.
+    const std::string* type_key = nullptr;
 };
 
-// One subscription of a receiving class to one event type. The owner is kept as its
-// Entity* (the pointer events carry as `target`) and as its own class for the call.
+// The older name of the handler base.
+using EventHandlerBase = EventHandler;
+
+// One subscription of a receiving class to one event type, calling a member function. The
+// owner is kept as its Entity* (the pointer events carry as `target`) and as its own class
+// for the call.
 template <class OwnerT, class EventT>
-class EventHandler : public EventHandlerBase {
+class EventHandlerOf : public EventHandler {
 public:
     typedef bool (OwnerT::*Method)(EventT*);
 
-    EventHandler(OwnerT* handler_owner, Method handler_method)
+    EventHandlerOf(OwnerT* handler_owner, Method handler_method)
         : method(handler_method),
           owner(handler_owner),
           owner_entity(static_cast<Entity*>(handler_owner)),
-          event_type_name(EventT::type_name) {
-        type_key = InternTypeName(event_type_name);
-    }
+          event_type_name(EventT::type_name) {}
 
     bool Invoke(BaseEvent* event) override { return (owner->*method)(static_cast<EventT*>(event)); }
     std::string GetEventTypeName() const override { return event_type_name; }
@@ -87,15 +97,23 @@ public:
     EventManager(const EventManager&) = delete;
     EventManager& operator=(const EventManager&) = delete;
 
-    // Subscribes `owner`'s `method` to EventT. Duplicates are allowed and called twice.
-    // Attaches the owner too.
-    template <class OwnerT, class EventT>
-    void AddHandler(OwnerT* owner, bool (OwnerT::*method)(EventT*)) {
-        AddHandler(new EventHandler<OwnerT, EventT>(owner, method));
+    // Subscribes `owner`'s `method` to EventT: AddHandler<FrameEvent>(this, &Door::OnFrame).
+    // Duplicates are allowed and called twice. Attaches the owner too. The method may belong
+    // to a base class of the owner.
+    template <class EventT, class OwnerT>
+    void AddHandler(OwnerT* owner, std::type_identity_t<bool (OwnerT::*)(EventT*)> method) {
+        AddHandler(new EventHandlerOf<OwnerT, EventT>(owner, method));
         Attach(owner);
     }
-    // Takes ownership of a ready-made handler and appends it.
-    void AddHandler(EventHandlerBase* handler);
+    // The same with both types taken from the arguments: AddHandler(this, &Door::OnFrame).
+    template <class OwnerT, class EventT>
+    void AddHandler(OwnerT* owner, bool (OwnerT::*method)(EventT*)) {
+        AddHandler(new EventHandlerOf<OwnerT, EventT>(owner, method));
+        Attach(owner);
+    }
+    // Takes ownership of a ready-made handler and appends it; it receives the events whose
+    // GetTypeName() equals its GetEventTypeName().
+    void AddHandler(EventHandler* handler);
 
     // Sets the owner's listener fields, so that it can post without handlers.
     template <class OwnerT>
@@ -119,11 +137,11 @@ public:
     size_t NextCount() const { return next->size(); }
     size_t DelayedCount() const { return delayed->size(); }
 
-    std::vector<EventHandlerBase*> handlers;  // owned, registration order
-    float time = 0.0f;                        // time of the last Update
-    std::list<BaseEvent*>* current;           // owned: the round in progress
-    std::list<BaseEvent*>* next;              // owned: the next round
-    std::list<BaseEvent*>* delayed;           // owned: waiting for fire_time
+    std::vector<EventHandler*> handlers;  // owned, registration order
+    float time = 0.0f;                    // time of the last Update
+    std::list<BaseEvent*>* current;       // owned: the round in progress
+    std::list<BaseEvent*>* next;          // owned: the next round
+    std::list<BaseEvent*>* delayed;       // owned: waiting for fire_time
 
 private:
     bool dispatching = false;

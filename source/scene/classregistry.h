@@ -28,17 +28,18 @@ public:
     ClassRegistry(const ClassRegistry&) = delete;
     ClassRegistry& operator=(const ClassRegistry&) = delete;
 
-    // Makes (or is given) a default-constructed prototype only to ask its type name. A second
-    // registration under a name keeps the first factory. Constructors of registered classes
-    // therefore run before any scene exists and must be safe to do so.
+    // Takes a default-constructed prototype by value only to ask its type name, adds a
+    // factory of T under that name and destroys the prototype: Register<Door>(Door()). A
+    // second registration under a name keeps the first factory. Constructors of registered
+    // classes therefore run before any scene exists and must be safe to do so.
+    template <class T>
+    void Register(T prototype) {
+        Insert(prototype.GetTypeName(), new EntityFactoryOf<T>());
+    }
+    // The same with a prototype made here: Register<Door>().
     template <class T>
     void Register() {
-        T prototype;
-        Register<T>(prototype);
-    }
-    template <class T>
-    void Register(T& prototype) {
-        Insert(prototype.GetTypeName(), new EntityFactoryOf<T>());
+        Register<T>(T());
     }
     // Adds `factory` under `name` unless the name is taken (then the factory is deleted).
     void Insert(const std::string& name, EntityFactory* factory);

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "events/eventmanager.h"
@@ -361,7 +362,7 @@ TEST_F(EventManagerTest, NullEventIsIgnored) {
 
 TEST_F(EventManagerTest, HandlerKeepsACopyOfTheTypeName) {
     Receiver r("R");
-    EventHandler<Receiver, CountedEvent> handler(&r, &Receiver::OnCounted);
+    EventHandlerOf<Receiver, CountedEvent> handler(&r, &Receiver::OnCounted);
     EXPECT_EQ(handler.GetEventTypeName(), "CountedEvent");
     EXPECT_TRUE(handler.IsOwner(static_cast<Entity*>(&r)));
     EXPECT_FALSE(handler.IsOwner(nullptr));
@@ -370,4 +371,152 @@ TEST_F(EventManagerTest, HandlerKeepsACopyOfTheTypeName) {
     CountedEvent e("direct");
     EXPECT_TRUE(handler.Invoke(&e));
     EXPECT_EQ(Joined(), "R(direct)");
+}
+
+namespace {
+
+// A frame event of a kind of its own: it reports a name of its own without
+// VELMORA_EVENT_TYPE, and a handler typed on it takes that name.
+class ReplayFrameEvent : public FrameEvent {
+public:
+    inline static const std::string type_name = "ReplayFrameEvent";
+    std::string GetTypeName() const override { return type_name; }
+};
+
+class FrameReceiver : public Entity, public EventListener {
+public:
+    bool OnFrame(FrameEvent* e) {
+        calls.push_back("frame(" + std::to_string(static_cast<int>(e->dt)) + ")");
+        return true;
+    }
+    bool OnReplay(ReplayFrameEvent* e) {
+        calls.push_back("replay(" + std::to_string(static_cast<int>(e->dt)) + ")");
+        return true;
+    }
+};
+
+// A handler written against the handler base alone: it names its event type by string.
+class NamedHurtHandler : public EventHandler {
+public:
+    NamedHurtHandler(std::string type, Entity* entity, std::string handler_tag)
+        : type_name(std::move(type)), owner(entity), tag(std::move(handler_tag)) {}
+    bool Invoke(BaseEvent* event) override {
+        calls.push_back(tag + "(" +
+                        std::to_string(static_cast<int>(static_cast<HurtEvent*>(event)->amount)) +
+                        ")");
+        return true;
+    }
+    std::string GetEventTypeName() const override { return type_name; }
+    bool IsOwner(const void* entity) const override {
+        return entity != nullptr && entity == static_cast<const void*>(owner);
+    }
+    std::string type_name;
+    Entity* owner;
+    std::string tag;
+};
+
+HurtEvent* Hurt(float amount, Entity* target = nullptr) {
+    HurtEvent* e = new HurtEvent(amount);
+    e->target = target;
+    return e;
+}
+
+}  // namespace
+
+TEST_F(EventManagerTest, SubclassWithItsOwnTypeNameReachesItsOwnHandlersOnly) {
+    EventManager m;
+    FrameReceiver r;
+    m.AddHandler(&r, &FrameReceiver::OnFrame);
+    m.AddHandler(&r, &FrameReceiver::OnReplay);
+    ReplayFrameEvent* replay = new ReplayFrameEvent();
+    replay->dt = 1.0f;
+    m.Post(replay);
+    m.Post(new FrameEvent(2.0f, 0.0f, nullptr, nullptr));
+    EXPECT_TRUE(m.Update(1.0f));
+    EXPECT_TRUE(m.Update(2.0f));
+    EXPECT_EQ(Joined(), "frame(2) replay(1)");
+}
+
+TEST_F(EventManagerTest, HandlerAddedThroughTheBaseIsCalledForTheTypeItNames) {
+    EventManager m;
+    Receiver r("R"), other("O");
+    m.Attach(&r);
+    m.AddHandler(new NamedHurtHandler("HurtEvent", &r, "hurt"));
+    m.AddHandler(new NamedHurtHandler("FrameEvent", &r, "wrong"));
+    ASSERT_EQ(m.HandlerCount(), 2u);
+    EXPECT_EQ(m.handlers[0]->GetEventTypeName(), "HurtEvent");
+    r.Post(Hurt(-5.0f));
+    r.Post(new CountedEvent("c"));
+    r.Post(Hurt(-7.0f, &other));  // someone else's
+    r.Post(Hurt(-10.0f, &r));
+    EXPECT_TRUE(m.Update(1.0f));
+    EXPECT_TRUE(m.Update(2.0f));
+    EXPECT_EQ(Joined(), "hurt(-5) hurt(-10)");
+    EXPECT_EQ(destroyed, 1);
+}
+
+TEST_F(EventManagerTest, HandlerPutIntoTheVectorByHandIsMatchedByItsName) {
+    EventManager m;
+    Receiver r("R");
+    m.Attach(&r);
+    m.handlers.push_back(new NamedHurtHandler("HurtEvent", &r, "hand"));
+    r.Post(Hurt(-3.0f));
+    EXPECT_TRUE(m.Update(1.0f));
+    EXPECT_TRUE(m.Update(2.0f));
+    EXPECT_EQ(Joined(), "hand(-3)");
+}
+
+namespace {
+
+class LoudReceiver : public Receiver {
+public:
+    using Receiver::Receiver;
+};
+
+}  // namespace
+
+TEST_F(EventManagerTest, ManagerHoldsEventHandlers) {
+    static_assert(std::is_same_v<decltype(EventManager::handlers), std::vector<EventHandler*>>);
+    static_assert(std::is_base_of_v<EventHandler, EventHandlerOf<Receiver, CountedEvent>>);
+    static_assert(std::is_same_v<EventHandlerBase, EventHandler>);
+    EventManager m;
+    Receiver r("R");
+    m.AddHandler(&r, &Receiver::OnCounted);
+    ASSERT_EQ(m.HandlerCount(), 1u);
+    EventHandler* handler = m.handlers[0];
+    EXPECT_NE((dynamic_cast<EventHandlerOf<Receiver, CountedEvent>*>(handler)), nullptr);
+    EXPECT_EQ(handler->GetEventTypeName(), "CountedEvent");
+}
+
+TEST_F(EventManagerTest, AddHandlerWithTheEventTypeNamedFirst) {
+    EventManager m;
+    Receiver a("A"), b("B");
+    m.AddHandler<OtherEvent>(&a, &Receiver::OnOther);
+    m.AddHandler<CountedEvent>(&b, &Receiver::OnCounted);
+    m.AddHandler<Receiver, CountedEvent>(&a, &Receiver::OnCounted);  // owner type first
+    EXPECT_EQ(a.event_manager, &m);
+    EXPECT_EQ(b.owner, static_cast<Entity*>(&b));
+    ASSERT_EQ(m.HandlerCount(), 3u);
+    EXPECT_EQ(m.handlers[0]->GetEventTypeName(), "OtherEvent");
+    EXPECT_EQ(m.handlers[1]->GetEventTypeName(), "CountedEvent");
+    m.Post(new CountedEvent("1"));
+    m.Post(new OtherEvent("2"));
+    EXPECT_TRUE(m.Update(1.0f));
+    EXPECT_TRUE(m.Update(2.0f));
+    EXPECT_EQ(Joined(), "A<2> B(1) A(1)");
+}
+
+TEST_F(EventManagerTest, AddHandlerWithTheEventTypeFirstTakesAMethodOfABaseClass) {
+    EventManager m;
+    LoudReceiver loud("L");
+    m.AddHandler<CountedEvent>(&loud, &Receiver::OnCounted);
+    ASSERT_EQ(m.HandlerCount(), 1u);
+    EXPECT_NE((dynamic_cast<EventHandlerOf<LoudReceiver, CountedEvent>*>(m.handlers[0])), nullptr);
+    EXPECT_EQ(loud.event_manager, &m);
+    CountedEvent* e = new CountedEvent("t");
+    e->target = &loud;
+    m.Post(e);
+    EXPECT_TRUE(m.Update(1.0f));
+    EXPECT_TRUE(m.Update(2.0f));
+    EXPECT_EQ(Joined(), "L(t)");
 }

@@ -42,6 +42,24 @@ TEST(EventTypes, InternedKeysMatchEqualNames) {
     EXPECT_EQ(BaseEvent().GetTypeKey(), InternTypeName("BaseEvent"));
 }
 
+namespace {
+// Names itself by overriding GetTypeName() alone, without VELMORA_EVENT_TYPE.
+class NamedOnlyFrameEvent : public FrameEvent {
+public:
+    std::string GetTypeName() const override { return "NamedOnlyFrameEvent"; }
+};
+}  // namespace
+
+TEST(EventTypes, KeyOfASubclassFollowsTheNameItReports) {
+    NamedOnlyFrameEvent named;
+    const BaseEvent& as_base = named;
+    EXPECT_EQ(as_base.GetTypeName(), "NamedOnlyFrameEvent");
+    EXPECT_EQ(as_base.GetTypeKey(), InternTypeName("NamedOnlyFrameEvent"));
+    EXPECT_NE(as_base.GetTypeKey(), FrameEvent::StaticTypeKey());
+    // The base class keeps its own cached key.
+    EXPECT_EQ(FrameEvent().GetTypeKey(), FrameEvent::StaticTypeKey());
+}
+
 TEST(EventTypes, DefaultsOfTheFields) {
     BaseEvent base;
     EXPECT_EQ(base.reserved, 0);

@@ -147,11 +147,13 @@ TEST(Entity, RemoveChildRemovesEveryOccurrenceAndDeletesNothing) {
 namespace {
 
 int prototypes_made = 0;
+int lamps_destroyed = 0;
 
 class Lamp : public Entity {
     VELMORA_ENTITY_TYPE("Lamp")
 public:
     Lamp() { ++prototypes_made; }
+    ~Lamp() override { ++lamps_destroyed; }
 };
 
 // A second class that claims the same type name.
@@ -186,12 +188,42 @@ TEST(ClassRegistry, CreatesRegisteredClassesByName) {
 TEST(ClassRegistry, SecondRegistrationDoesNotReplaceTheFirst) {
     ClassRegistry registry;
     registry.Register<Lamp>();
-    FakeLamp prototype;
-    registry.Register<FakeLamp>(prototype);
+    registry.Register<FakeLamp>(FakeLamp());
     EXPECT_EQ(registry.Count(), 1u);
     std::unique_ptr<Entity> made(registry.Create("Lamp"));
     EXPECT_NE(dynamic_cast<Lamp*>(made.get()), nullptr);
     EXPECT_EQ(dynamic_cast<FakeLamp*>(made.get()), nullptr);
+}
+
+TEST(ClassRegistry, RegisterTakesThePrototypeByValueAndDestroysIt) {
+    // The prototype is a parameter of its own type, not a reference to the caller's object.
+    void (ClassRegistry::*by_value)(Lamp) = &ClassRegistry::Register<Lamp>;
+    EXPECT_NE(by_value, nullptr);
+    ClassRegistry registry;
+    prototypes_made = 0;
+    lamps_destroyed = 0;
+    registry.Register<Lamp>(Lamp());
+    EXPECT_EQ(prototypes_made, 1);
+    EXPECT_EQ(lamps_destroyed, 1);
+    EXPECT_EQ(registry.Count(), 1u);
+    registry.Register(Lamp());  // the class from the argument; the name is taken already
+    EXPECT_EQ(prototypes_made, 2);
+    EXPECT_EQ(lamps_destroyed, 2);
+    EXPECT_EQ(registry.Count(), 1u);
+    std::unique_ptr<Entity> lamp(registry.Create("Lamp"));
+    EXPECT_NE(dynamic_cast<Lamp*>(lamp.get()), nullptr);
+    EXPECT_EQ(prototypes_made, 3);
+    EXPECT_EQ(lamps_destroyed, 2);
+}
+
+TEST(ClassRegistry, RegisterWithoutAPrototypeMakesAndDestroysOne) {
+    ClassRegistry registry;
+    prototypes_made = 0;
+    lamps_destroyed = 0;
+    registry.Register<Lamp>();
+    EXPECT_EQ(prototypes_made, 1);
+    EXPECT_EQ(lamps_destroyed, 1);
+    EXPECT_EQ(registry.Count(), 1u);
 }
 
 TEST(ClassRegistry, TypeIdIsAssignedOnFirstCallAndKept) {
