@@ -63,7 +63,8 @@ public:
     ABTTreeBuilder() = default;
 
     // Reads an "asm" mesh and adds its faces under a new material; a mesh that does not
-    // load adds nothing (its loader has said why).
+    // load adds nothing (its loader has said why). Size is no limit: the builder reads
+    // the indexed tables, and a mesh too large for 16-bit drawing still loads for it.
     void InsertObject(const std::string& mesh_file, const std::string& material);
     // The same for a mesh already loaded: its indexed tables (`raw`) become the faces.
     void InsertMesh(const MeshASM& mesh, const std::string& material);

@@ -6,7 +6,9 @@
 //
 // The pose goes to the vertex program as two fixed arrays of 30 entries, a quaternion
 // and a position per bone; 30 is therefore the limit of bones a mesh may have, and a
-// file with more fails to load. The 16-bit index list limits a mesh to 65535 corners.
+// file with more fails to load. The 16-bit index list limits a mesh to 65535 corners,
+// and a file with more fails to load too: a static mesh that large still loads for the
+// ABT builder, but nothing but drawing reads a skinned mesh.
 //
 // Ownership: the mesh owns `raw`, its flat arrays and its bones.
 

@@ -30,6 +30,7 @@ void MeshASM::Clear() {
     normals.clear();
     colors.clear();
     has_color = false;
+    drawable = true;
 }
 
 bool MeshASM::Load(std::string filename) {
@@ -133,15 +134,21 @@ bool MeshASM::Unweld(const char* loader) {
     size_t valid = 0;
     for (const MeshFace& face : raw->faces)
         if (raw->FaceIsValid(face, has_color)) ++valid;
-    if (valid * 3 > kMaxCorners) {
-        std::cout << loader << ": " << valid * 3 << " corners, more than 65535" << std::endl;
-        return false;
+    // Too many corners for 16-bit drawing: the indexed tables are all the ABT builder
+    // reads, so the mesh stays loaded for it, and only the flat arrays are left out.
+    drawable = valid * 3 <= kMaxCorners;
+    if (!drawable) {
+        std::cout << loader << ": " << valid * 3
+                  << " corners, more than 65535; loaded for the ABT builder only, it cannot be "
+                     "drawn directly"
+                  << std::endl;
+    } else {
+        positions.reserve(valid * 3);
+        texcoords.reserve(valid * 3);
+        normals.reserve(valid * 3);
+        if (has_color) colors.reserve(valid * 3);
+        indices.reserve(valid * 3);
     }
-    positions.reserve(valid * 3);
-    texcoords.reserve(valid * 3);
-    normals.reserve(valid * 3);
-    if (has_color) colors.reserve(valid * 3);
-    indices.reserve(valid * 3);
     size_t number = 0;
     for (const MeshFace& face : raw->faces) {
         if (!raw->FaceIsValid(face, has_color)) {
@@ -150,6 +157,8 @@ bool MeshASM::Unweld(const char* loader) {
             ++number;
             continue;
         }
+        ++number;
+        if (!drawable) continue;
         for (int c = 0; c < 3; ++c) {
             indices.push_back(static_cast<uint16_t>(positions.size()));
             positions.push_back(raw->verts[face.verts[c]]);
@@ -157,14 +166,13 @@ bool MeshASM::Unweld(const char* loader) {
             texcoords.push_back(raw->texcoords[face.texcoords[c]]);
             if (has_color) colors.push_back(raw->colors[face.colors[c]]);
         }
-        ++number;
     }
     vertex_count = static_cast<uint32_t>(positions.size());
     return true;
 }
 
 void MeshASM::Draw() const {
-    if (vertex_count == 0) return;
+    if (!drawable || vertex_count == 0) return;
     glEnableClientState(GL_VERTEX_ARRAY);
     glVertexPointer(3, GL_FLOAT, 0, positions.data());
     glEnableClientState(GL_NORMAL_ARRAY);

@@ -9,8 +9,12 @@
 // flat arrays. A mesh lives as long as the resource manager keeps it (its last handle)
 // or as long as the local object of a builder.
 //
-// Bad data: a face with an index outside its table is skipped with a line; more than
-// 65535 corners fail the load (the index list is 16 bits wide).
+// Size: the flat arrays are drawn with 16-bit indices, so a mesh of more than 65535
+// corners cannot be drawn directly. Such a mesh still loads, for the ABT builder, which
+// reads only `raw` and has no such limit: the load says so in one line, `drawable` is
+// false, the flat arrays stay empty and Draw draws nothing.
+//
+// Bad data: a face with an index outside its table is skipped with a line.
 
 #include <cstdint>
 #include <memory>
@@ -34,6 +38,9 @@ public:
     std::vector<HVector3> normals;
     std::vector<HVector3> colors;  // only with a colour table
     bool has_color = false;
+    // False when the mesh has more corners than 16-bit indices reach: `raw` holds it all,
+    // the flat arrays are empty.
+    bool drawable = true;
 
     MeshASM() = default;
     MeshASM(const MeshASM&) = delete;
@@ -51,11 +58,13 @@ public:
 
     // Client arrays: positions, normals, colours when present, texture coordinates on
     // unit 0, one glDrawElements of all corners; the client states are switched off again
-    // in reverse order. Needs a current GL context.
+    // in reverse order. Needs a current GL context. A mesh that is not `drawable` draws
+    // nothing.
     void Draw() const;
 
 private:
-    // Flattens `raw` into the per-corner arrays; false (with a line) past 65535 corners.
+    // Flattens `raw` into the per-corner arrays. Past 65535 corners it only reports the
+    // bad faces, says once that the mesh cannot be drawn, and leaves the arrays empty.
     bool Unweld(const char* loader);
     void Clear();
 };

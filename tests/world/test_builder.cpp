@@ -471,3 +471,84 @@ TEST(ABTBuilderStep, NoObjectsWritesFourEmptyTables) {
     ASSERT_NE(body, std::string::npos);
     EXPECT_EQ(text.substr(body + 2), "verts={\n}\nmat={\n}\nnodes={\n}\nchunks={\n}\n");
 }
+
+namespace {
+
+// The "asm" text of a strip of `count` triangles along x, one unit wide, sharing their
+// corners: corner 2i is (i, 0, 0), corner 2i + 1 is (i, 1, 0).
+std::string StripAsm(int count) {
+    std::string s = "verts={\n";
+    int columns = count / 2 + 2;
+    for (int i = 0; i < columns; ++i)
+        s += "{" + std::to_string(i) + ",0,0}\n{" + std::to_string(i) + ",1,0}\n";
+    s += "}\ntexcoords={ {0,0} }\nnormals={ {0,0,1} }\nfaces={\n";
+    for (int f = 0; f < count; ++f) {
+        int i = f / 2;
+        int a = 2 * i, b = 2 * i + 1, c = 2 * i + 2, d = 2 * i + 3;
+        std::string corners =
+            f % 2 == 0 ? std::to_string(a) + "," + std::to_string(c) + "," + std::to_string(b)
+                       : std::to_string(b) + "," + std::to_string(c) + "," + std::to_string(d);
+        s += "{ {" + corners + "} {0,0,0} {0,0,0} }\n";
+    }
+    return s + "}\n";
+}
+
+}  // namespace
+
+TEST(ABTBuilderStep, MeshTooLargeToDrawGoesWholeIntoTheTreeAndTheFile) {
+    // 70 000 triangles are 210 000 corners, far past what 16-bit indices reach.
+    const int kTriangles = 70000;
+    worldtest::WriteFile("builder/strip.asm", StripAsm(kTriangles));
+    std::string out_path = worldtest::ScratchDir() + "/builder/strip.abt";
+    CfoDocument doc;
+    ASSERT_TRUE(doc.Parse("ABTBuilder={ output_file=\"" + out_path +
+                          "\"; overgrow=0.5; max_faces=1000; max_depth=8; Objects={ "
+                          "{builder/strip.asm,strip.dds} } }"));
+    CaptureStdout();
+    ABTBuilder(doc.FindChild("ABTBuilder"));
+    std::string out = GetCapturedStdout();
+    // The mesh says once that it cannot be drawn as it is, and the object is still there.
+    EXPECT_EQ(out,
+              "==================== Build ABT ======================\n"
+              "output: " +
+                  out_path +
+                  "\novergrow: 0.5\nweights: 0.7,0.3\nmax faces: 1000\nmax depth: 8\n"
+                  "ASM loader: 210000 corners, more than 65535; loaded for the ABT builder only, "
+                  "it cannot be drawn directly\n"
+                  "builder/strip.asm,strip.dds\n");
+
+    std::ifstream f(out_path);
+    std::stringstream s;
+    s << f.rdbuf();
+    ABTTree tree;
+    CaptureStdout();
+    worldtest::LoadText(tree, s.str(), 65535);
+    GetCapturedStdout();
+    ASSERT_EQ(tree.materials, (std::vector<std::string>{"strip.dds"}));
+    // Every corner is written once (the strip is thin enough that no face is cut) ...
+    ASSERT_EQ(tree.index_count, 3u * kTriangles);
+    // ... and every one of them lies in a chunk of some leaf, in buffers 16-bit indices reach.
+    size_t in_chunks = 0;
+    double sum_x = 0.0, sum_y = 0.0;
+    for (const ABTNode* node : tree.nodes)
+        for (const ABTChunk* c : node->chunks) {
+            in_chunks += c->count;
+            for (uint32_t k = 0; k < c->count; ++k) {
+                sum_x += tree.vertices[c->start + k].v.x;
+                sum_y += tree.vertices[c->start + k].v.y;
+            }
+        }
+    EXPECT_EQ(in_chunks, 3u * kTriangles);
+    EXPECT_GT(tree.nodes.size(), 64u);
+    for (const ABTVertexBuffer* vb : tree.vertex_buffers) EXPECT_LE(vb->count, 65535u);
+    // The corners are the mesh's: triangle 2i has x = i, i + 1, i and y = 0, 0, 1; triangle
+    // 2i + 1 has x = i, i + 1, i + 1 and y = 1, 0, 1.
+    double want_x = 0.0, want_y = 0.0;
+    for (int t = 0; t < kTriangles; ++t) {
+        int i = t / 2;
+        want_x += t % 2 == 0 ? 3.0 * i + 1.0 : 3.0 * i + 2.0;
+        want_y += t % 2 == 0 ? 1.0 : 2.0;
+    }
+    EXPECT_EQ(sum_x, want_x);
+    EXPECT_EQ(sum_y, want_y);
+}

@@ -122,7 +122,7 @@ TEST(MeshASM, ShortFaceRowIsSkipped) {
         "ASM loader: face 0 is incomplete, skipped\nASM loader: face 1 is incomplete, skipped\n");
 }
 
-TEST(MeshASM, MoreThan65535CornersFails) {
+TEST(MeshASM, MoreThan65535CornersLoadForTheBuilderOnly) {
     std::string text =
         "verts={ {0,0,0} {1,0,0} {1,1,0} }\ntexcoords={ {0,0} }\nnormals={ {0,0,1} }\nfaces={\n";
     for (int i = 0; i < 21846; ++i) text += "{ {0,1,2} {0,0,0} {0,0,0} }\n";
@@ -131,16 +131,75 @@ TEST(MeshASM, MoreThan65535CornersFails) {
     CaptureStdout();
     bool ok = ParseAsm(mesh, text);
     std::string out = GetCapturedStdout();
-    EXPECT_FALSE(ok);
-    EXPECT_EQ(out, "ASM loader: 65538 corners, more than 65535\n");
+    // It loads, for the ABT builder, which reads the indexed tables; drawing cannot take it.
+    EXPECT_TRUE(ok);
+    EXPECT_EQ(out,
+              "ASM loader: 65538 corners, more than 65535; loaded for the ABT builder only, it "
+              "cannot be drawn directly\n");
+    EXPECT_FALSE(mesh.drawable);
+    ASSERT_TRUE(mesh.raw);
+    EXPECT_EQ(mesh.raw->faces.size(), 21846u);
+    EXPECT_EQ(mesh.raw->verts.size(), 3u);
+    EXPECT_EQ(mesh.vertex_count, 0u);
+    EXPECT_TRUE(mesh.indices.empty());
+    EXPECT_TRUE(mesh.positions.empty());
+    EXPECT_TRUE(mesh.texcoords.empty());
+    EXPECT_TRUE(mesh.normals.empty());
 
     // One face fewer is 65535 corners and fits.
     std::string fits = text;
     fits.erase(fits.rfind("{ {0,1,2}"), std::string("{ {0,1,2} {0,0,0} {0,0,0} }\n").size());
     MeshASM small;
     EXPECT_TRUE(ParseAsm(small, fits));
+    EXPECT_TRUE(small.drawable);
     EXPECT_EQ(small.vertex_count, 65535u);
     EXPECT_EQ(small.indices.back(), 65534u);
+    // A mesh object loaded again starts afresh.
+    CaptureStdout();
+    EXPECT_TRUE(ParseAsm(mesh, fits));
+    EXPECT_EQ(GetCapturedStdout(), "");
+    EXPECT_TRUE(mesh.drawable);
+    EXPECT_EQ(mesh.vertex_count, 65535u);
+}
+
+TEST(MeshASM, BadFacesOfAMeshTooLargeToDrawAreStillReported) {
+    // Faces past the limit only count when they are valid: 21845 good faces and one bad
+    // one fit, 21846 good ones do not.
+    std::string head =
+        "verts={ {0,0,0} {1,0,0} {1,1,0} }\ntexcoords={ {0,0} }\nnormals={ {0,0,1} }\nfaces={\n"
+        "{ {0,1,9} {0,0,0} {0,0,0} }\n";
+    std::string faces;
+    for (int i = 0; i < 21845; ++i) faces += "{ {0,1,2} {0,0,0} {0,0,0} }\n";
+    MeshASM fits;
+    CaptureStdout();
+    EXPECT_TRUE(ParseAsm(fits, head + faces + "}\n"));
+    EXPECT_EQ(GetCapturedStdout(), "ASM loader: face 0 has an index out of range, skipped\n");
+    EXPECT_TRUE(fits.drawable);
+    EXPECT_EQ(fits.vertex_count, 65535u);
+
+    MeshASM large;
+    CaptureStdout();
+    EXPECT_TRUE(ParseAsm(large, head + faces + "{ {2,1,0} {0,0,0} {0,0,0} }\n}\n"));
+    EXPECT_EQ(GetCapturedStdout(),
+              "ASM loader: 65538 corners, more than 65535; loaded for the ABT builder only, it "
+              "cannot be drawn directly\n"
+              "ASM loader: face 0 has an index out of range, skipped\n");
+    EXPECT_FALSE(large.drawable);
+    EXPECT_EQ(large.raw->faces.size(), 21847u);
+}
+
+TEST(MeshASM, ObjTooLargeToDrawStillLoads) {
+    std::string text = "v 0 0 0\nv 1 0 0\nv 0 1 0\nvt 0 0\nvn 0 0 1\n";
+    for (int i = 0; i < 21846; ++i) text += "f 1/1/1 2/1/1 3/1/1\n";
+    MeshASM mesh;
+    CaptureStdout();
+    EXPECT_TRUE(mesh.LoadOBJText(text));
+    EXPECT_EQ(GetCapturedStdout(),
+              "OBJ loader: 65538 corners, more than 65535; loaded for the ABT builder only, it "
+              "cannot be drawn directly\n");
+    EXPECT_FALSE(mesh.drawable);
+    EXPECT_EQ(mesh.raw->faces.size(), 21846u);
+    EXPECT_EQ(mesh.vertex_count, 0u);
 }
 
 TEST(MeshASM, ObjReaderCountsFromOne) {
@@ -316,4 +375,27 @@ TEST(MeshAAM, BadBoneReferencesAreGuarded) {
     EXPECT_EQ(mesh.bone_ids[0], HVector4(1, -1, -1, -1));
     mesh.DeformVertices();
     EXPECT_EQ(mesh.skinned_positions[0], HVector3(0, 0, 0));
+}
+
+TEST(MeshAAM, MoreThan65535CornersFails) {
+    // A skinned mesh is only ever drawn, with 16-bit indices: unlike a static mesh, one
+    // too large to draw has no other reader, and its load fails.
+    std::string text =
+        "verts={ {0,0,0} {1,0,0} {1,1,0} }\ntexcoords={ {0,0} }\nnormals={ {0,0,1} }\nfaces={\n";
+    for (int i = 0; i < 21846; ++i) text += "{ {0,1,2} {0,0,0} {0,0,0} }\n";
+    text += "}\n";
+    MeshAAM mesh;
+    CaptureStdout();
+    bool ok = ParseAam(mesh, text);
+    EXPECT_FALSE(ok);
+    EXPECT_EQ(GetCapturedStdout(), "AAM loader: 65538 corners, more than 65535\n");
+    EXPECT_EQ(mesh.vertex_count, 0u);
+    EXPECT_TRUE(mesh.positions.empty());
+    // One face fewer is 65535 corners and loads.
+    text.erase(text.rfind("{ {0,1,2}"), std::string("{ {0,1,2} {0,0,0} {0,0,0} }\n").size());
+    MeshAAM fits;
+    EXPECT_TRUE(ParseAam(fits, text));
+    EXPECT_EQ(fits.vertex_count, 65535u);
+    EXPECT_EQ(fits.indices.back(), 65534u);
+    EXPECT_EQ(fits.bone_ids.size(), 65535u);
 }

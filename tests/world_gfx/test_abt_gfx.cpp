@@ -287,3 +287,50 @@ TEST(MeshGfx, StaticMeshDrawsWithItsVertexColours) {
     Pixel q = ReadPixel(kWidth / 2, kHeight / 2);
     EXPECT_EQ(q.r + q.g + q.b, 0u);
 }
+
+TEST(MeshGfx, MeshTooLargeForShortIndicesLoadsAndDrawsNothing) {
+    // 21 846 triangles are 65 538 corners: more than 16-bit indices reach. The mesh loads for
+    // the ABT builder, and Draw touches neither the screen nor the client state.
+    std::string text =
+        "verts={ {-1,-1,0} {1,-1,0} {1,1,0} }\ntexcoords={ {0,0} }\nnormals={ {0,0,1} }\n"
+        "color={ {1,1,1} }\nfaces={\n";
+    for (int i = 0; i < 21846; ++i) text += "{ {0,1,2} {0,0,0} {0,0,0} {0,0,0} }\n";
+    text += "}\n";
+    MeshASM mesh;
+    CfoDocument doc;
+    ASSERT_TRUE(doc.Parse(text));
+    testing::internal::CaptureStdout();
+    ASSERT_TRUE(mesh.LoadASMDocument(&doc));
+    testing::internal::GetCapturedStdout();
+    EXPECT_FALSE(mesh.drawable);
+    glViewport(0, 0, kWidth, kHeight);
+    glMatrixMode(GL_PROJECTION);
+    glLoadIdentity();
+    glMatrixMode(GL_MODELVIEW);
+    glLoadIdentity();
+    glDisable(GL_DEPTH_TEST);
+    glDisable(GL_TEXTURE_2D);
+    glDisable(GL_LIGHTING);
+    glClearColor(0, 0, 0, 1);
+    glClear(GL_COLOR_BUFFER_BIT);
+    mesh.Draw();
+    glFinish();
+    EXPECT_EQ(glGetError(), static_cast<GLenum>(GL_NO_ERROR));
+    // The triangle would cover this point.
+    Pixel p = ReadPixel(kWidth / 2 + 20, kHeight / 2 - 20);
+    EXPECT_EQ(p.r + p.g + p.b, 0u);
+    EXPECT_FALSE(glIsEnabled(GL_VERTEX_ARRAY));
+    EXPECT_FALSE(glIsEnabled(GL_COLOR_ARRAY));
+    // One triangle fewer fits, and the same point turns white.
+    text.erase(text.rfind("{ {0,1,2}"),
+               std::string("{ {0,1,2} {0,0,0} {0,0,0} {0,0,0} }\n").size());
+    MeshASM fits;
+    CfoDocument fits_doc;
+    ASSERT_TRUE(fits_doc.Parse(text));
+    ASSERT_TRUE(fits.LoadASMDocument(&fits_doc));
+    EXPECT_TRUE(fits.drawable);
+    fits.Draw();
+    glFinish();
+    Pixel q = ReadPixel(kWidth / 2 + 20, kHeight / 2 - 20);
+    EXPECT_EQ(q.r + q.g + q.b, 3u * 255u);
+}
