@@ -18,10 +18,12 @@ bool RowText(const CfoNode* row, std::string& text) {
     return true;
 }
 
-void ReportSkipped(size_t skipped, const char* what) {
-    if (skipped)
-        std::cout << "ABTTree: " << skipped << " " << what
-                  << " rows shorter than their format, skipped" << std::endl;
+// Short rows stay where they are, so that the row numbers the other tables use keep
+// naming the same rows; the fields a row does not reach read as 0.
+void ReportShort(size_t count, const char* what) {
+    if (count)
+        std::cout << "ABTTree: " << count << " " << what
+                  << " rows shorter than their format, missing fields read as 0" << std::endl;
 }
 
 }  // namespace
@@ -70,25 +72,23 @@ void ABTTree::LoadDocument(const CfoNode* document, int64_t buffer_limit, bool q
     };
     std::string text;
 
-    // 1. Vertices: three rows per triangle, none shared.
+    // 1. Vertices: three rows per triangle, none shared. Chunks name rows by number.
     const CfoNode* verts = document ? document->FindChild("verts") : nullptr;
     if (verts) {
         show("Reading verts...");
         std::vector<ABTVertex> read;
         read.reserve(verts->children.size());
-        size_t skipped = 0;
+        size_t short_rows = 0;
         for (const CfoNode* row : verts->children) {
             if (!RowText(row, text)) continue;
-            ABTVertex v;
+            ABTVertex v;  // all zeros: what a short row does not reach
             if (std::sscanf(text.c_str(), "%f,%f,%f,%f,%f,%f,%f,%f,%f,%f,%f", &v.v.x, &v.v.y,
                             &v.v.z, &v.n.x, &v.n.y, &v.n.z, &v.t.x, &v.t.y, &v.c.x, &v.c.y,
-                            &v.c.z) != 11) {
-                ++skipped;
-                continue;
-            }
+                            &v.c.z) != 11)
+                ++short_rows;
             read.push_back(v);
         }
-        ReportSkipped(skipped, "vertex");
+        ReportShort(short_rows, "vertex");
         if (!read.empty()) {
             vertices = std::move(read);
             index_count = static_cast<uint32_t>(vertices.size());
@@ -105,26 +105,25 @@ void ABTTree::LoadDocument(const CfoNode* document, int64_t buffer_limit, bool q
             if (RowText(row, text)) materials.push_back(text);
     }
 
-    // 3. Nodes: the box from its size and centre.
+    // 3. Nodes: the box from its size and centre. The row number is the node's index,
+    // which parents and chunks name.
     const CfoNode* nodes_node = document ? document->FindChild("nodes") : nullptr;
     if (nodes_node) {
         show("Reading nodes...");
-        size_t skipped = 0;
+        size_t short_rows = 0;
         for (const CfoNode* row : nodes_node->children) {
             if (!RowText(row, text)) continue;
-            int parent = -1;
+            int parent = 0;
             HVector3 size, center;
             if (std::sscanf(text.c_str(), "%i,%f,%f,%f,%f,%f,%f", &parent, &size.x, &size.y,
-                            &size.z, &center.x, &center.y, &center.z) != 7) {
-                ++skipped;
-                continue;
-            }
+                            &size.z, &center.x, &center.y, &center.z) != 7)
+                ++short_rows;
             ABTNode* node = new ABTNode();
             node->parent = parent;
             node->box.SetExtents(center - size * 0.5f, center + size * 0.5f);
             nodes.push_back(node);
         }
-        ReportSkipped(skipped, "node");
+        ReportShort(short_rows, "node");
     }
 
     // 4. Chunks. Node 0 is the root, which holds no chunks in a split tree: chunks that
@@ -132,17 +131,14 @@ void ABTTree::LoadDocument(const CfoNode* document, int64_t buffer_limit, bool q
     const CfoNode* chunks = document ? document->FindChild("chunks") : nullptr;
     if (chunks) {
         show("Reading chunks...");
-        size_t skipped = 0, bad_range = 0, bad_material = 0, overlapping = 0;
+        size_t short_rows = 0, bad_range = 0, bad_material = 0, overlapping = 0;
         // Every vertex row is used by one chunk: attached chunks may cover at most as many
         // rows as the file holds, which bounds what the buffer step copies.
         uint64_t covered = 0;
         for (const CfoNode* row : chunks->children) {
             if (!RowText(row, text)) continue;
             int a = 0, m = 0, s = 0, c = 0;
-            if (std::sscanf(text.c_str(), "%i,%i,%i,%i", &a, &m, &s, &c) != 4) {
-                ++skipped;
-                continue;
-            }
+            if (std::sscanf(text.c_str(), "%i,%i,%i,%i", &a, &m, &s, &c) != 4) ++short_rows;
             auto chunk = std::make_unique<ABTChunk>();
             chunk->node = a;
             chunk->material = static_cast<uint32_t>(m);
@@ -166,7 +162,7 @@ void ABTTree::LoadDocument(const CfoNode* document, int64_t buffer_limit, bool q
             else
                 unattached.push_back(std::move(chunk));
         }
-        ReportSkipped(skipped, "chunk");
+        ReportShort(short_rows, "chunk");
         if (bad_range)
             std::cout << "ABTTree: " << bad_range << " chunks run past the vertices, skipped"
                       << std::endl;
@@ -328,7 +324,10 @@ void ABTTree::Render(Camera* camera, int mode) {
             local_textures += 1;
             batch_size = 0;
             for (ABTChunk* chunk : list) {
-                if (!vb || chunk->base > vb->indices.size()) continue;
+                // The load step put every chunk inside its buffer; the draw reads no
+                // further than that, whatever the file held.
+                if (!vb || static_cast<uint64_t>(chunk->base) + chunk->count > vb->indices.size())
+                    continue;
                 batch_counts[batch_size] = static_cast<int32_t>(chunk->count);
                 batch_pointers[batch_size] = vb->indices.data() + chunk->base;
                 batch_size += 1;

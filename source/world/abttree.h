@@ -18,9 +18,10 @@
 // Load and the gathering and batching of Render are plain code; the GL calls sit behind
 // ABTRenderBackend (the default one talks to GL, tests put a recorder in its place).
 //
-// Bad data: rows shorter than their format are skipped with a line; a chunk whose range
-// runs past the vertices or whose material does not exist is skipped with a line; nodes
-// whose parent chain loops are left out of the tree with a line.
+// Bad data: a row shorter than its format keeps its place, with the fields it does not
+// reach read as 0 (one line per table), because the tables name each other's rows by
+// number; a chunk whose range runs past the vertices or whose material does not exist is
+// skipped with a line; nodes whose parent chain loops are left out of the tree with a line.
 
 #include <array>
 #include <cstdint>

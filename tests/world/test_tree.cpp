@@ -310,7 +310,7 @@ TEST(ABTTree, NodeBoxesAreExactToSixDecimalsOnly) {
 
 // Bad input: nothing crashes, nothing reads out of range, and the record is skipped.
 
-TEST(ABTTreeBadInput, ShortRowsAreSkippedWithALine) {
+TEST(ABTTreeBadInput, ShortRowsKeepTheirPlaceWithALine) {
     ABTTree tree;
     CaptureStdout();
     LoadText(tree,
@@ -321,14 +321,137 @@ TEST(ABTTreeBadInput, ShortRowsAreSkippedWithALine) {
              "chunks={ {1,0,0} {1,0,0,3} }\n",
              100);
     EXPECT_EQ(GetCapturedStdout(),
-              "ABTTree: 1 vertex rows shorter than their format, skipped\n"
-              "ABTTree: 1 node rows shorter than their format, skipped\n"
-              "ABTTree: 1 chunk rows shorter than their format, skipped\n"
+              "ABTTree: 1 vertex rows shorter than their format, missing fields read as 0\n"
+              "ABTTree: 1 node rows shorter than their format, missing fields read as 0\n"
+              "ABTTree: 1 chunk rows shorter than their format, missing fields read as 0\n"
               "vertex buffer: 0\nvertex array 0 3\n");
-    EXPECT_EQ(tree.index_count, 3u);
+    EXPECT_EQ(tree.index_count, 4u);
+    // A row without any text is no row at all: the material table keeps one name.
     EXPECT_EQ(tree.materials.size(), 1u);
-    EXPECT_EQ(tree.nodes.size(), 2u);
-    EXPECT_EQ(tree.nodes[1]->chunks.size(), 1u);
+    EXPECT_EQ(tree.nodes.size(), 3u);
+    // The short chunk row is a chunk of no vertices; the full one follows it.
+    ASSERT_EQ(tree.nodes[1]->chunks.size(), 2u);
+    EXPECT_EQ(tree.nodes[1]->chunks[0]->count, 0u);
+    EXPECT_EQ(tree.nodes[1]->chunks[1]->count, 3u);
+    // The fields the short rows lack are zero.
+    EXPECT_EQ(tree.vertices[0].v, HVector3(1, 2, 3));
+    EXPECT_EQ(tree.vertices[0].n, HVector3(0, 0, 0));
+    EXPECT_EQ(tree.vertices[0].t, HVector2(0, 0));
+    EXPECT_EQ(tree.vertices[0].c, HVector3(0, 0, 0));
+    EXPECT_EQ(tree.nodes[1]->parent, 0);
+    EXPECT_EQ(tree.nodes[1]->box.GetMinimum(), HVector3(-0.5f, -0.5f, 0));
+    EXPECT_EQ(tree.nodes[1]->box.GetMaximum(), HVector3(0.5f, 0.5f, 0));
+    EXPECT_EQ(tree.nodes[0]->children, (std::vector<int32_t>{1, 2}));
+}
+
+TEST(ABTTreeBadInput, ShortVertexRowKeepsTheLaterRowsInPlace) {
+    // Row 2 lacks its normal, texture coordinate and colour. The chunk of node 2 names rows
+    // 3 to 5, which must stay rows 3 to 5.
+    std::string verts = "verts={\n" + VertRow(0, 0, 0) + VertRow(1, 0, 0) + "\t{2,0,0}\n" +
+                        VertRow(3, 0, 0) + VertRow(4, 0, 0) + VertRow(5, 0, 0) + "}\n";
+    ABTTree tree;
+    CaptureStdout();
+    LoadText(tree, verts + "mat={ {\"a.dds\"} }\n" + Nodes(2) + "chunks={ {1,0,0,3} {2,0,3,3} }\n",
+             100);
+    EXPECT_EQ(GetCapturedStdout(),
+              "ABTTree: 1 vertex rows shorter than their format, missing fields read as 0\n"
+              "vertex buffer: 0\nvertex array 0 6\n");
+    ASSERT_EQ(tree.index_count, 6u);
+    for (uint32_t i = 0; i < 6; ++i)
+        EXPECT_EQ(tree.vertices[i].v, HVector3(static_cast<float>(i), 0, 0));
+    EXPECT_EQ(tree.vertices[2].n, HVector3(0, 0, 0));
+    EXPECT_EQ(tree.vertices[3].n, HVector3(0, 0, 1));
+    ASSERT_EQ(tree.nodes[1]->chunks.size(), 1u);
+    ASSERT_EQ(tree.nodes[2]->chunks.size(), 1u);
+    const ABTVertexBuffer* vb = tree.vertex_buffers[0];
+    const ABTChunk* second = tree.nodes[2]->chunks[0];
+    EXPECT_EQ(vb->vertices[second->base].v, HVector3(3, 0, 0));
+    EXPECT_EQ(vb->vertices[second->base + 2].v, HVector3(5, 0, 0));
+    EXPECT_EQ(vb->vertices[2].v, HVector3(2, 0, 0));
+    EXPECT_TRUE(tree.unattached.empty());
+}
+
+TEST(ABTTreeBadInput, ShortNodeRowKeepsTheLaterNodesInPlace) {
+    // Node 1 lacks its box centre; node 2's chunk must still reach node 2, far out at x = 500.
+    ABTTree tree;
+    CaptureStdout();
+    LoadText(tree,
+             Verts(6) +
+                 "mat={ {\"a.dds\"} }\n"
+                 "nodes={ {-1,1000,1000,1000,0,0,0} {0,2,2,2} {0,2,2,2,500,0,0} }\n"
+                 "chunks={ {1,0,0,3} {2,0,3,3} }\n",
+             100);
+    EXPECT_EQ(GetCapturedStdout(),
+              "ABTTree: 1 node rows shorter than their format, missing fields read as 0\n"
+              "vertex buffer: 0\nvertex array 0 6\n");
+    ASSERT_EQ(tree.nodes.size(), 3u);
+    EXPECT_EQ(tree.nodes[1]->box.GetMinimum(), HVector3(-1, -1, -1));
+    EXPECT_EQ(tree.nodes[1]->box.GetMaximum(), HVector3(1, 1, 1));
+    EXPECT_EQ(tree.nodes[2]->box.GetMinimum(), HVector3(499, -1, -1));
+    EXPECT_EQ(tree.nodes[0]->children, (std::vector<int32_t>{1, 2}));
+    ASSERT_EQ(tree.nodes[1]->chunks.size(), 1u);
+    ASSERT_EQ(tree.nodes[2]->chunks.size(), 1u);
+    EXPECT_EQ(tree.nodes[1]->chunks[0]->start, 0u);
+    EXPECT_EQ(tree.nodes[2]->chunks[0]->start, 3u);
+    // Seen only near the origin, node 1 draws and node 2 does not.
+    tree.PrepareRenderLists();
+    Recorder rec;
+    tree.backend = &rec;
+    Camera cam = worldtest::BlindCamera();
+    cam.frustum[0][0] = -1.0f;  // x < 100 only
+    cam.frustum[0][3] = 100.0f;
+    for (int p = 1; p < 6; ++p) cam.frustum[p][3] = 1e9f;
+    tree.Render(&cam, 1);
+    ASSERT_EQ(rec.batches.size(), 1u);
+    EXPECT_EQ(rec.batches[0], (std::vector<int32_t>{3}));
+    std::vector<int32_t> order;
+    tree.VisibleNodes(&cam, order);
+    EXPECT_EQ(order, (std::vector<int32_t>{0, 1}));
+}
+
+TEST(ABTTreeBadInput, ShortRowsNeverReachOutOfRange) {
+    // Zeros from short rows are indices like any other, checked like any other: a node row
+    // without a parent hangs below node 0, a parent out of range is kept and never reached,
+    // a chunk without a range is empty, one whose start is past the vertices is refused,
+    // and a chunk row without a node names node 0, which holds no chunks.
+    ABTTree tree;
+    CaptureStdout();
+    LoadText(tree,
+             "verts={ {1} {2} {3} }\n"
+             "mat={ {\"a.dds\"} }\n"
+             "nodes={ {-1,4,4,4,0,0,0} {0,4,4,4,0,0,0} {7} {x} }\n"
+             "chunks={ {1} {1,0,0,3} {1,0,2147483647} {3,0} {x} }\n",
+             100);
+    EXPECT_EQ(GetCapturedStdout(),
+              "ABTTree: 3 vertex rows shorter than their format, missing fields read as 0\n"
+              "ABTTree: 2 node rows shorter than their format, missing fields read as 0\n"
+              "ABTTree: 4 chunk rows shorter than their format, missing fields read as 0\n"
+              "ABTTree: 1 chunks run past the vertices, skipped\n"
+              "vertex buffer: 0\nvertex array 0 3\n");
+    ASSERT_EQ(tree.nodes.size(), 4u);
+    EXPECT_EQ(tree.nodes[2]->parent, 7);
+    EXPECT_EQ(tree.nodes[3]->parent, 0);
+    EXPECT_EQ(tree.nodes[0]->children, (std::vector<int32_t>{1, 3}));
+    EXPECT_EQ(tree.vertices[2].v, HVector3(3, 0, 0));
+    ASSERT_EQ(tree.nodes[1]->chunks.size(), 2u);
+    EXPECT_EQ(tree.nodes[1]->chunks[0]->count, 0u);
+    EXPECT_EQ(tree.nodes[1]->chunks[1]->count, 3u);
+    ASSERT_EQ(tree.nodes[3]->chunks.size(), 1u);
+    EXPECT_EQ(tree.nodes[3]->chunks[0]->count, 0u);
+    EXPECT_EQ(tree.unattached.size(), 2u);
+    tree.PrepareRenderLists();
+    Recorder rec;
+    tree.backend = &rec;
+    Camera cam = worldtest::OpenCamera();
+    tree.Render(&cam, 1);
+    EXPECT_EQ(rec.batches, (std::vector<std::vector<int32_t>>{{0, 3, 0}}));
+    for (const ABTNode* node : tree.nodes)
+        for (const ABTChunk* c : node->chunks) {
+            ASSERT_LT(c->buffer, tree.vertex_buffers.size());
+            EXPECT_LE(c->base + c->count, tree.vertex_buffers[c->buffer]->indices.size());
+            EXPECT_LE(c->start + c->count, tree.index_count);
+            EXPECT_LT(c->material, tree.materials.size());
+        }
 }
 
 TEST(ABTTreeBadInput, ChunkRunningPastTheVerticesIsSkipped) {
