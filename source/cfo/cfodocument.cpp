@@ -53,8 +53,10 @@ inline size_t FindFirstOf(const char* p, size_t i, size_t n) {
 //  - outside both, everything but a carriage return is copied.
 namespace {
 
-// Writes the text without comments to `dest`, which holds n + 1 bytes (every byte plus the
-// trailing NUL at most); returns the length written.
+// Writes the text without comments to `dest`, which holds n bytes and may be `s` itself;
+// returns the length written. Every byte written stands for a byte read before it (the NUL
+// after a final "*/" for the two bytes of that "*/"), so the output never gets ahead of the
+// input and never outgrows it.
 size_t StripCommentsInto(const char* s, size_t n, char* dest) {
     auto at = [s, n](size_t k) -> char { return k < n ? s[k] : '\0'; };
     char* o = dest;
@@ -64,7 +66,7 @@ size_t StripCommentsInto(const char* s, size_t n, char* dest) {
     while (i < n) {
         if (!line && depth == 0) {
             size_t j = FindFirstOf<'/', '\r'>(s, i, n);
-            std::memcpy(o, s + i, j - i);
+            if (o != s + i) std::memmove(o, s + i, j - i);
             o += j - i;
             i = j;
         } else {
@@ -273,34 +275,35 @@ int64_t BraceBalance(const char* p, size_t n) {
 }  // namespace
 
 bool CfoDocument::Parse(const std::string& text) {
-    // Both cleaning passes share one buffer: the second works in place.
-    std::unique_ptr<char[]> clean(new char[text.size() + 1]);
-    size_t size = StripCommentsInto(text.data(), text.size(), clean.get());
-    size = StripBlanksInto(clean.get(), size, clean.get());
+    std::unique_ptr<char[]> copy(new char[text.size()]);
+    if (!text.empty()) std::memcpy(copy.get(), text.data(), text.size());
+    return ParseInPlace(copy.get(), text.size());
+}
+
+bool CfoDocument::ParseInPlace(char* text, size_t size) {
+    // Both cleaning passes work in place.
+    size = StripCommentsInto(text, size, text);
+    size = StripBlanksInto(text, size, text);
     name = "Document";
 
-    if (BraceBalance(clean.get(), size) != 0) {
+    if (BraceBalance(text, size) != 0) {
         error = "Parse failed: Missing scopes";
         std::printf("%s\n", error.c_str());
         return false;
     }
-    return ParseScope(this, clean.get(), size, 0) == size;
+    return ParseScope(this, text, size, 0) == size;
 }
 
 bool CfoDocument::LoadFile(const std::string& path) {
-    std::string text;
-    {
-        File file(path, File::READ);
-        int64_t got = file.ReadAll();
-        if (got <= 0) {
-            std::printf("CFO Document '%s' not found\n", path.c_str());
-            return false;
-        }
-        // A short read keeps only what really arrived.
-        uint64_t length = std::min<uint64_t>(file.Length(), static_cast<uint64_t>(got));
-        text.assign(file.Data(), static_cast<size_t>(length));
+    // The file's buffer is the only copy of the text: it is cleaned where it lies.
+    File file(path, File::READ);
+    int64_t got = file.ReadAll();
+    if (got == 0) {
+        std::printf("CFO Document '%s' not found\n", path.c_str());
+        return false;
     }
-    return Parse(text);
+    if (got < 0) return false;  // too big or damaged: the file layer has said which
+    return ParseInPlace(file.Data(), static_cast<size_t>(got));
 }
 
 bool CfoDocument::SaveFile(const std::string& path) {

@@ -20,14 +20,19 @@ public:
     CfoDocument() = default;
     ~CfoDocument() override = default;
 
-    // Reads `path` from the search path and parses it. An absent, empty or unreadable file
-    // prints "CFO Document '<path>' not found" and returns false.
+    // Reads `path` from the search path and parses it, keeping no more than the one copy of
+    // the text that File::ReadAll makes. An absent or empty file prints
+    // "CFO Document '<path>' not found" and returns false; a file the file layer refuses
+    // (too big, a short read, a wrong checksum) returns false with that layer's one line.
     bool LoadFile(const std::string& path);
 
     // Cleans `text` and builds the tree under this document. False with
     // "Parse failed: Missing scopes" when "{" and "}" counts differ; false without a word
     // when the braces are out of order (whatever was built so far stays in place).
     bool Parse(const std::string& text);
+    // Parse without a copy: `text` (`size` bytes) is cleaned where it lies and holds
+    // garbage afterwards.
+    bool ParseInPlace(char* text, size_t size);
 
     // Writes the tree to `path` in the write folder; always true.
     bool SaveFile(const std::string& path);

@@ -47,11 +47,10 @@ void SceneManager::Unload(SceneManager*, ResourceManager*) {}
 void SceneManager::Render(RenderQueue*) {}
 
 bool SceneManager::AddSearchPath(const std::string& path) {
-    // PhysFS must run before anything is mounted; the file layer starts it once.
-    FileSystemInit();
-    if (PHYSFS_mount(path.c_str(), nullptr, 1) == 0) {
-        const char* error = PHYSFS_getErrorByCode(PHYSFS_getLastErrorCode());
-        printf("%s '%s'\n", error != nullptr ? error : "", path.c_str());
+    // The file layer starts PhysFS if need be and gives PhysFS's reason for a failure.
+    std::string reason;
+    if (!FileSystemMount(path, "/", &reason)) {
+        printf("%s '%s'\n", reason.c_str(), path.c_str());
         return false;
     }
     return true;
