@@ -121,7 +121,12 @@ bool GLFont::Create(const std::string& filename, uint32_t tex) {
         return true;
     }
     int64_t got = file.ReadAll();
-    if (got <= 0 || !file.Data()) {
+    if (got < 0) {
+        // Too big or damaged: the file layer has said which, and the font does not load.
+        Clear();
+        return false;
+    }
+    if (got == 0 || !file.Data()) {
         Clear();
         return true;
     }

@@ -27,8 +27,9 @@ public:
     ~GLFont();
 
     // Reads the file and uploads its pixels into `texture`. A missing or empty file
-    // counts as loaded with an empty table. False for a file whose header or table does
-    // not fit (with a line naming it) or when the table cannot be allocated.
+    // counts as loaded with an empty table. False for a file the file layer refuses (too
+    // big, read short, a wrong checksum; it prints the line), for a file whose header or
+    // table does not fit (with a line naming it) or when the table cannot be allocated.
     bool Create(const std::string& filename, uint32_t texture);
 
     // The pure reader: fills header and table; `pixels_out` receives the pixel bytes.
