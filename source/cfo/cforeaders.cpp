@@ -2,7 +2,6 @@
 
 #include <cassert>
 #include <cerrno>
-#include <cfloat>
 #include <cmath>
 #include <cstdlib>
 
@@ -16,14 +15,17 @@ int32_t CfoAtoi(const std::string& text) {
     return static_cast<int32_t>(static_cast<uint32_t>(static_cast<unsigned long long>(v)));
 }
 
-// atof, with doubles beyond the float range turned into infinities instead of an
-// undefined narrowing.
+// (float)atof: the text as a double, rounded to the nearest float. Rounding is what makes
+// "3.4028235e38", the usual spelling of the largest float, come out as that float although
+// the double lies a little above it. Only a double at or beyond the midpoint between the
+// largest float and 2^128 rounds to infinity; it is turned into one here rather than left
+// to a narrowing the language does not define.
 float CfoAtof(const std::string& text) {
+    constexpr double overflow = 0x1.ffffffp+127;  // FLT_MAX plus half a step
     double d = std::strtod(text.c_str(), nullptr);
-    if (std::isnan(d)) return static_cast<float>(d);
-    if (d > FLT_MAX) return INFINITY;
-    if (d < -FLT_MAX) return -INFINITY;
-    return static_cast<float>(d);
+    if (d >= overflow) return INFINITY;
+    if (d <= -overflow) return -INFINITY;
+    return static_cast<float>(d);  // NaN stays NaN
 }
 
 namespace {

@@ -5,9 +5,10 @@
 // A present key always returns true, whatever the text converts to.
 //
 // Conversions follow the C library: integers as atoi (leading blanks, a sign, digits,
-// the rest ignored; 0 for no digits), floats as atof. Vectors are comma lists: a token
-// ends at ",", backspace (8) or newline (10); empty tokens are skipped; components no
-// token reaches stay 0.
+// the rest ignored; 0 for no digits), floats as (float)atof: the double rounded to the
+// nearest float, so "3.4028235e38" is the largest float, not infinity. Vectors are comma
+// lists: a token ends at ",", backspace (8) or newline (10); empty tokens are skipped;
+// components no token reaches stay 0.
 
 #include <cstdint>
 #include <string>

@@ -1,7 +1,9 @@
 // Typed readers: conversions, defaults kept on absent keys, vector tokenizing.
 #include <gtest/gtest.h>
 
+#include <cfloat>
 #include <cmath>
+#include <cstdlib>
 #include <string>
 
 #include "cfo/cfodocument.h"
@@ -115,6 +117,49 @@ TEST(CfoReaders, FloatFollowsAtof) {
     EXPECT_TRUE(std::isinf(f) && f > 0);
     EXPECT_TRUE(CfoReadFloat(&node, "f", f));
     EXPECT_TRUE(std::isinf(f) && f < 0);
+}
+
+// Like (float)atof: the double is rounded to the nearest float, so the usual spelling of
+// the largest float gives that float, and only what lies half a step beyond it overflows.
+TEST(CfoReaders, FloatRoundsTheDoubleToTheNearestFloat) {
+    CfoNode node;
+    node.NewChild("max", "3.4028235e38");
+    node.NewChild("min", "-3.4028235e38");
+    node.NewChild("exact", "340282346638528859811704183484516925440");
+    node.NewChild("below_half", "3.4028235677973e38");  // under FLT_MAX + half a step
+    node.NewChild("half", "340282356779733661637539395458142568448");  // exactly half a step
+    node.NewChild("tiny", "1e-46");
+    node.NewChild("nan", "nan");
+    node.NewChild("third", "0.1");
+    float f = 0.0f;
+    EXPECT_TRUE(CfoReadFloat(&node, "max", f));
+    EXPECT_EQ(f, FLT_MAX);
+    EXPECT_EQ(f, static_cast<float>(std::atof("3.4028235e38")));
+    EXPECT_TRUE(CfoReadFloat(&node, "min", f));
+    EXPECT_EQ(f, -FLT_MAX);
+    EXPECT_TRUE(CfoReadFloat(&node, "exact", f));
+    EXPECT_EQ(f, FLT_MAX);
+    EXPECT_TRUE(CfoReadFloat(&node, "below_half", f));
+    EXPECT_EQ(f, FLT_MAX);
+    EXPECT_TRUE(CfoReadFloat(&node, "half", f));  // a tie rounds to even: 2^128, infinity
+    EXPECT_TRUE(std::isinf(f) && f > 0);
+    EXPECT_TRUE(CfoReadFloat(&node, "tiny", f));
+    EXPECT_EQ(f, 0.0f);
+    EXPECT_TRUE(CfoReadFloat(&node, "nan", f));
+    EXPECT_TRUE(std::isnan(f));
+    EXPECT_TRUE(CfoReadFloat(&node, "third", f));
+    EXPECT_EQ(f, 0.1f);
+    EXPECT_EQ(CfoAtof("3.4028235e38"), FLT_MAX);
+
+    node.NewChild("v", "3.4028235e38,-3.4028235e38,1e39");
+    HVector3 v3;
+    EXPECT_TRUE(CfoReadVector3(&node, "v", v3));
+    EXPECT_EQ(v3.x, FLT_MAX);
+    EXPECT_EQ(v3.y, -FLT_MAX);
+    EXPECT_TRUE(std::isinf(v3.z));
+    HVector2 v2;
+    EXPECT_TRUE(CfoReadVector2(&node, "v", v2));
+    EXPECT_EQ(v2, HVector2(FLT_MAX, -FLT_MAX));
 }
 
 TEST(CfoReaders, StringIsCopiedUnchanged) {
