@@ -2,7 +2,6 @@
 
 #include <GL/gl.h>
 #include <SDL.h>
-#include <physfs.h>
 
 #include <algorithm>
 #include <cassert>

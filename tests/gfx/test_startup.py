@@ -248,6 +248,60 @@ def case_game_binary_has_no_probe(c):
     return c.done([game, probe])
 
 
+def zip_bytes(members):
+    """A ZIP archive (deflated members) of {name: bytes or (byte, count)} as bytes."""
+    import io
+    import zipfile
+    out = io.BytesIO()
+    with zipfile.ZipFile(out, 'w', zipfile.ZIP_DEFLATED) as z:
+        for name, data in members.items():
+            if isinstance(data, tuple):
+                byte, count = data
+                info = zipfile.ZipInfo(name)
+                info.compress_type = zipfile.ZIP_DEFLATED
+                with z.open(info, 'w', force_zip64=True) as member:
+                    chunk = byte * (1 << 20)
+                    for _ in range(count >> 20):
+                        member.write(chunk)
+                    member.write(byte * (count & ((1 << 20) - 1)))
+            else:
+                z.writestr(name, data)
+    return out.getvalue()
+
+
+def case_truncated_archive_gives_its_reason(c):
+    whole = zip_bytes({'scenes/a.cfo': 'x=1;\n'})
+    game = Game(config=WINDOW + 'SceneManager={add_search_path=data/trunc_tail.zip;}\n',
+                files={'trunc_tail.zip': whole[:-10]}).start()
+    try:
+        c.check(game.wait_for_line(r" 'data/trunc_tail.zip'$") >= 0,
+                'the mount failure names the archive')
+        grey_frame_then_q(c, game)
+        line = [l for l in game.output() if l.endswith("'data/trunc_tail.zip'")]
+        c.check(bool(line) and not line[0].startswith('no error'),
+                'the reason is the archive library\'s own, not "no error": %r' % line)
+    finally:
+        game.stop()
+    return c.done([game])
+
+
+def case_oversized_archive_member_is_refused(c):
+    """A small archive whose member unpacks past the whole-read limit: the require is
+    refused with a line naming the member and its size, and the game goes on."""
+    size = 256 * 1024 * 1024 + 1
+    archive = zip_bytes({'big.cfo': (b' ', size)})
+    c.check(len(archive) < 2 * 1024 * 1024, 'the archive itself is small (%d bytes)' % len(archive))
+    game = Game(config=WINDOW + 'SceneManager={add_search_path=data/big.zip;require=big.cfo;}\n',
+                files={'big.zip': archive}).start()
+    try:
+        c.check(game.wait_for_line(r"^File 'big.cfo' is %d bytes, more than the 268435456 " % size)
+                >= 0, 'the refusal names the file and its size')
+        grey_frame_then_q(c, game)
+    finally:
+        game.stop()
+    return c.done([game])
+
+
 if __name__ == '__main__':
     run_cases([(name[5:], fn) for name, fn in sorted(globals().items())
                if name.startswith('case_') and callable(fn)])
