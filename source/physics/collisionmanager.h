@@ -139,12 +139,7 @@ public:
     std::multimap<std::pair<int, int>, CollisionHandler*, PairHashLess> handlerMap;  // owned
 
 private:
-    void Deliver(PhysicsObject* me, PhysicsObject* other, const HVector2& point,
-                 const HVector2& normal, float distance);
-    void PostGeneric(PhysicsObject* me, PhysicsObject* other, const HVector2& point,
-                     const HVector2& normal, float distance);
-
-    // Per-step scratch, kept to avoid allocating every frame.
+    // One object as the pair loop sees it, gathered once per step.
     struct StepEntry {
         PhysicsObject* obj;
         PhysicsBody* body;  // 0 for a ray
@@ -162,6 +157,54 @@ private:
         CollisionHandler* handler;
         bool swapped;
     };
+    // What the step settles from the kinds present before it visits any pair.
+    struct PairPlan {
+        bool otherKinds;                      // an object of none of the three kinds
+        CollisionHandler* kindHandler[3][3];  // by the kinds of i and j
+        bool kindSwapped[3][3];               // the handler takes j first
+        CollisionHandler* polyHandlers[2];    // character-static, character-character
+        CollisionHandler* rayHandlers[2];     // character-ray, static-ray
+        bool pruneRays, pruneStatics;         // rays (walls) skip partners of their own kind
+        bool fastRays;                        // ray pairs settled ahead, see SettledPairsOfRay
+    };
+    // Where the partners of object i start in each partner list.
+    struct PartnerCursors {
+        size_t nonRay = 0, nonStatic = 0, ray = 0, body = 0, chr = 0;
+    };
+    // The variables the pair tests write through. They live for one step, not one pair: a
+    // polygon test writes none of them, so its hit shows what the last ray hit left.
+    struct PairCarry {
+        HVector2 point, normal;
+        float distance = 0.0f;
+        float dt = 0.0f;
+    };
+
+    // The phases of Step, in their order.
+    void IntegrateObjects(float dt, float time);
+    void GatherObjects();
+    void ChooseHandlers();
+    void ListPartners();
+    void TestPairs(float dt);
+    void PostNearestHits();
+
+    // The pair loop's parts.
+    CollisionHandler* LookupHandler(int first, int second, bool& swapped);
+    int PreTestOf(const CollisionHandler* h, const StepEntry& a, const StepEntry& b) const;
+    static bool BoxesApart(const StepEntry& a, const StepEntry& b);
+    static bool RayPairMayPass(const StepEntry& holder, const StepEntry& ray);
+    void VisitPair(const StepEntry& ei, const StepEntry& ej, bool settled);
+    void SettledPairsOfRay(const StepEntry& ray, const PartnerCursors& at);
+    void SettledPairsOfBody(const StepEntry& body, const PartnerCursors& at);
+    void ListedPairsOf(size_t i, const StepEntry& ei, const PartnerCursors& at);
+
+    void Deliver(PhysicsObject* me, PhysicsObject* other, const HVector2& point,
+                 const HVector2& normal, float distance);
+    void PostGeneric(PhysicsObject* me, PhysicsObject* other, const HVector2& point,
+                     const HVector2& normal, float distance);
+
+    // Per-step scratch, kept to avoid allocating every frame.
+    PairPlan plan{};
+    PairCarry carry;
     std::vector<StepEntry> scratch;
     std::vector<HandlerCacheEntry> handlerCache;
     std::vector<uint32_t> allIndex, nonRayIndex, nonStaticIndex;
@@ -175,6 +218,21 @@ private:
 #include "events/eventmanager.h"
 #include "events/events.h"
 
+// Fills one collision event and posts it to `self`'s entity with no delay. The step's
+// GenericCollisionEvent and Dispatch's CollisionEvent<T> carry the same fields.
+template <class Event>
+void PostCollisionEvent(EventManager* events, PhysicsObject* self, PhysicsObject* other,
+                        const HVector2& point, const HVector2& normal, float distance) {
+    auto* e = new Event();
+    e->self = self;
+    e->other = other;
+    e->normal = normal;
+    e->point = point;
+    e->distance = distance;
+    e->target = self->entity;
+    events->Post(e, 0.0f);
+}
+
 template <class A, class B>
 bool PhysicsPairHandler<A, B>::Dispatch(PhysicsObject* a, PhysicsObject* b, EventManager* events,
                                         float dt) {
@@ -185,25 +243,7 @@ bool PhysicsPairHandler<A, B>::Dispatch(PhysicsObject* a, PhysicsObject* b, Even
         printf("CollisionManager:EventManager not set\n");
         return true;
     }
-    if (a->entity) {
-        auto* e = new CollisionEvent<B>();
-        e->self = a;
-        e->other = b;
-        e->normal = normal;
-        e->point = point;
-        e->distance = distance;
-        e->target = a->entity;
-        events->Post(e, 0.0f);
-    }
-    if (b->entity) {
-        auto* e = new CollisionEvent<A>();
-        e->self = b;
-        e->other = a;
-        e->normal = normal;
-        e->point = point;
-        e->distance = distance;
-        e->target = b->entity;
-        events->Post(e, 0.0f);
-    }
+    if (a->entity) PostCollisionEvent<CollisionEvent<B>>(events, a, b, point, normal, distance);
+    if (b->entity) PostCollisionEvent<CollisionEvent<A>>(events, b, a, point, normal, distance);
     return true;
 }
