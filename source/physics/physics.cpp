@@ -12,21 +12,13 @@
 #include "physics/collisionmanager.h"
 
 HVector2 PhysicsParseVector2(const std::string& text) {
-    float c[2] = {0.0f, 0.0f};
-    int n = 0;
-    std::string token;
-    auto flush = [&]() {
-        if (!token.empty() && n < 2) c[n++] = CfoAtof(token);
-        token.clear();
-    };
-    for (char ch : text) {
-        if (ch == ',' || ch == 8 || ch == 10)
-            flush();
-        else
-            token += ch;
-    }
-    flush();
-    return HVector2(c[0], c[1]);
+    // The document readers look a key up in a node; a hull vertex is the name of a node,
+    // not the value of a key, so the text is handed to them as the value of one.
+    CfoNode holder;
+    holder.NewChild("xy", text);
+    HVector2 v(0.0f, 0.0f);
+    CfoReadVector2(&holder, "xy", v);
+    return v;
 }
 
 // ---- PhysicsObject ----

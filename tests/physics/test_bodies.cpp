@@ -6,6 +6,7 @@
 #include <string>
 
 #include "cfo/cfonode.h"
+#include "cfo/cforeaders.h"
 #include "physics/physics.h"
 
 namespace {
@@ -273,6 +274,22 @@ TEST(PhysicsStaticGeometry, HullEntryWithoutChildIsSkipped) {
     s.Load(&node);
     ASSERT_EQ(s.body.vertices.size(), 2u);
     EXPECT_EQ(s.body.position, HVector2(3.0f, 0.0f));
+}
+
+TEST(PhysicsBody, HullVerticesReadLikeDocumentVectors) {
+    // A hull vertex is a node's name; it reads exactly as the value of a vector key would.
+    for (const char* text : {"3,4", "-1.5,2e2", "7", "", ",,5,,6", "1,2,3", "8\b9", "2\n3",
+                             " 4 , 5 ", "x,1", "1e39,-1e39"}) {
+        CfoNode node("Values");
+        node.NewChild("v", text);
+        HVector2 expected(0.0f, 0.0f);
+        ASSERT_TRUE(CfoReadVector2(&node, "v", expected));
+        HVector2 got = PhysicsParseVector2(text);
+        EXPECT_EQ(got, expected) << text;
+    }
+    EXPECT_EQ(PhysicsParseVector2("3,4"), HVector2(3.0f, 4.0f));
+    EXPECT_EQ(PhysicsParseVector2(",,5,,6"), HVector2(5.0f, 6.0f));
+    EXPECT_EQ(PhysicsParseVector2("7"), HVector2(7.0f, 0.0f));
 }
 
 TEST(PhysicsRayCast, LoadNormalisesDirection) {
