@@ -127,8 +127,12 @@ public:
     // The pair loop passes over pairs of kinds that have no handler without visiting them,
     // compares boxes around two bodies as they stand at pair time, and settles which ray
     // pairs may pass their circle test ahead of an object's pairs (rays and circles do not
-    // move during the loop), skipping pairs that cannot touch. None of this changes a
-    // result or the order of the hits; off, every pair is visited and tested one by one.
+    // move during the loop), skipping pairs that cannot touch. With convex hulls none of
+    // this changes a result or the order of the hits; off, every pair is visited and tested
+    // one by one. Hulls that are not convex are the exception: the polygon test takes every
+    // hull for convex and may find such a hull touching a body whose box lies apart from its
+    // own, a contact that the box comparison skips. Loading warns about those hulls
+    // (PhysicsBody::IsConvex).
     bool pairPreTest = true;
 
     PhysicsTreeNode* tree = nullptr;  // owned

@@ -134,6 +134,38 @@ void PhysicsBody::GetExtents(HVector2& min, HVector2& max) const {
     }
 }
 
+bool PhysicsBody::IsConvex() const {
+    const int n = VertexCount();
+    HVector2 edges[kMaxVertices];
+    int m = 0;
+    for (int i = 0; i < n; i++) {
+        const HVector2 e = vertices[size_t((i + 1) % n)] - vertices[size_t(i)];
+        if (e.x != 0.0f || e.y != 0.0f) edges[m++] = e;
+    }
+    if (m < 3) return true;  // a point or a segment
+    bool left = false, right = false, back = false;
+    float turned = 0.0f;
+    for (int i = 0; i < m; i++) {
+        const HVector2& a = edges[i];
+        const HVector2& b = edges[(i + 1) % m];
+        const float turn = a.x * b.y - a.y * b.x;
+        const float along = PhysicsDot(a, b);
+        // A turn within the rounding of the product counts as going straight on (or back).
+        if (std::fabs(turn) <= 1e-6f * a.Length() * b.Length()) {
+            if (along < 0.0f) back = true;
+            continue;
+        }
+        if (turn > 0.0f)
+            left = true;
+        else
+            right = true;
+        turned += std::atan2(turn, along);
+    }
+    if (!left && !right) return true;  // every vertex on one line
+    // Both ways is a dent; doubling back is a spike; more than one round is a star.
+    return !(left && right) && !back && std::fabs(turned) < 3.0f * HMath::PI;
+}
+
 void PhysicsBody::Integrate(float dt) {
     position += velocity * dt;
     orientation += angularVelocity * dt;
@@ -169,6 +201,20 @@ int PhysicsStaticGeometry::StaticTypeId() {
 
 // ---- PhysicsCharacter ----
 
+// The polygon tests take every hull for convex: one that is not may be reported touching
+// bodies it does not reach, and the step's shortcuts then skip some of those false contacts
+// (CollisionManager::pairPreTest). One line names the body and its owner, the node that
+// holds the body's node, by its class and, where it has one, its "name".
+static void WarnIfNotConvex(const PhysicsBody& body, const CfoNode* node, const char* kind) {
+    if (body.IsConvex()) return;
+    const CfoNode* owner = node->parent ? node->parent : node;
+    std::string who = owner->name;
+    std::string name;
+    if (CfoReadString(owner, "name", name) && !name.empty()) who += " '" + name + "'";
+    printf("%s of %s at (%g, %g): hull is not convex, its collisions are not reliable\n", kind,
+           who.c_str(), double(body.position.x), double(body.position.y));
+}
+
 void PhysicsCharacter::Load(CfoNode* node) {
     if (!node) return;
     CfoReadVector2(node, "pos", body.position);
@@ -190,6 +236,7 @@ void PhysicsCharacter::Load(CfoNode* node) {
         wanderRange = w.x;
         wanderRate = w.y;
     }
+    WarnIfNotConvex(body, node, "PhysicsCharacter");
 }
 
 void PhysicsCharacter::ScaleHull(float size) {
@@ -355,6 +402,7 @@ void PhysicsStaticGeometry::Load(CfoNode* node) {
     if (CfoNode* hull = node->FindChild("hull")) body.LoadHull(hull, true);
     HVector2 p;
     if (CfoReadVector2(node, "pos", p)) body.position += p;
+    WarnIfNotConvex(body, node, "PhysicsStaticGeometry");
 }
 
 bool PhysicsStaticGeometry::Update(float) {

@@ -1,6 +1,7 @@
 #pragma once
 // The physical world of the game is flat: every solid thing is a convex polygon in the
-// ground plane (x and y of the level). This header holds the objects the
+// ground plane (x and y of the level); loading warns about a hull that is not convex, which
+// the polygon tests cannot handle. This header holds the objects the
 // CollisionManager (physics/collisionmanager.h) works on:
 //
 // - PhysicsObject: the base of the three kinds; it knows its owning entity (the target of
@@ -122,6 +123,11 @@ public:
     void MakeCircle(float radius, int count);
     PhysicsCircle GetBounds() const;
     void GetExtents(HVector2& min, HVector2& max) const;
+    // Whether the polygon is convex, as the polygon tests take every polygon to be: walking
+    // its edges (repeated vertices skipped) turns one way only, never doubles back, and goes
+    // round once. A point, a segment and vertices all on one line count as convex, and so
+    // does a bend too slight to tell from straight in single precision.
+    bool IsConvex() const;
     void Integrate(float dt);
 
     // Collision tests (physics/collision.cpp).

@@ -292,6 +292,113 @@ TEST(PhysicsBody, HullVerticesReadLikeDocumentVectors) {
     EXPECT_EQ(PhysicsParseVector2("7"), HVector2(7.0f, 0.0f));
 }
 
+// ---- convex hulls ----
+
+namespace {
+
+PhysicsBody Polygon(std::initializer_list<HVector2> points) {
+    PhysicsBody b;
+    for (const HVector2& p : points) b.AddVertex(p);
+    return b;
+}
+
+}  // namespace
+
+TEST(PhysicsBody, IsConvexTellsDentsSpikesAndStars) {
+    using V = HVector2;
+    // Convex, either way round, with a repeated vertex or a vertex in the middle of an edge.
+    EXPECT_TRUE(Polygon({V(0, 0), V(10, 0), V(10, 10), V(0, 10)}).IsConvex());
+    EXPECT_TRUE(Polygon({V(0, 10), V(10, 10), V(10, 0), V(0, 0)}).IsConvex());
+    EXPECT_TRUE(Polygon({V(0, 0), V(10, 0), V(10, 0), V(5, 8), V(0, 0)}).IsConvex());
+    EXPECT_TRUE(Polygon({V(0, 0), V(5, 0), V(10, 0), V(10, 10), V(0, 10)}).IsConvex());
+    PhysicsBody hexagon;
+    hexagon.MakeCircle(20.0f, 6);
+    EXPECT_TRUE(hexagon.IsConvex());
+    PhysicsBody many;
+    many.MakeCircle(100.0f, 32);
+    EXPECT_TRUE(many.IsConvex());
+    // Nothing to be concave with: no vertex, a point, a segment, every vertex on one line.
+    EXPECT_TRUE(Polygon({}).IsConvex());
+    EXPECT_TRUE(Polygon({V(1, 1)}).IsConvex());
+    EXPECT_TRUE(Polygon({V(0, 0), V(4, 0)}).IsConvex());
+    EXPECT_TRUE(Polygon({V(-5, 0), V(0, 0), V(5, 0)}).IsConvex());
+    // A dent, the same square's corners in the wrong order (a bow tie), a spike along an
+    // edge, and a five-pointed star whose every turn goes the same way.
+    EXPECT_FALSE(Polygon({V(0, 0), V(10, 0), V(5, 3), V(10, 10), V(0, 10)}).IsConvex());
+    EXPECT_FALSE(Polygon({V(0, 0), V(10, 10), V(10, 0), V(0, 10)}).IsConvex());
+    EXPECT_FALSE(Polygon({V(0, 0), V(10, 0), V(5, 0), V(5, 5)}).IsConvex());
+    PhysicsBody star;
+    for (int k = 0; k < 5; k++) {
+        float a = 2.0f * 3.14159265f * float(2 * k) / 5.0f;
+        star.AddVertex(HVector2(std::cos(a) * 10.0f, std::sin(a) * 10.0f));
+    }
+    EXPECT_FALSE(star.IsConvex());
+}
+
+TEST(PhysicsBadInput, NonConvexHullWarnsOnLoad) {
+    // A bar with its ends cut into zigzags, held by an entity of the level.
+    const std::initializer_list<const char*> zigzag = {"-20,-6", "20,-6", "5,-3", "20,0",  "5,3",
+                                                       "20,6",   "-20,6", "-5,3", "-20,0", "-5,-3"};
+    CfoNode guard("EnemyPoliceDude");
+    guard.NewChild("name", "guard_2");
+    CfoNode* body = guard.NewChild("PhysicsCharacter");
+    body->NewChild("pos", "10,20");
+    AddHull(body, zigzag);
+    PhysicsCharacter c;
+    testing::internal::CaptureStdout();
+    c.Load(body);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(),
+              "PhysicsCharacter of EnemyPoliceDude 'guard_2' at (10, 20): hull is not convex, its "
+              "collisions are not reliable\n");
+    EXPECT_EQ(c.body.vertices.size(), 10u);  // loaded all the same
+
+    // An owner without a name is named by its class; a node without an owner by its own.
+    CfoNode level("WorldGeometry");
+    CfoNode* wall = level.NewChild("PhysicsStaticGeometry");
+    AddHull(wall, zigzag);
+    wall->NewChild("pos", "100,0");
+    PhysicsStaticGeometry s;
+    testing::internal::CaptureStdout();
+    s.Load(wall);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(),
+              "PhysicsStaticGeometry of WorldGeometry at (100, 0): hull is not convex, its "
+              "collisions are not reliable\n");
+    CfoNode alone("Wall");
+    AddHull(&alone, {"0,0", "10,0", "5,3", "10,10", "0,10"});
+    PhysicsStaticGeometry d;
+    testing::internal::CaptureStdout();
+    d.Load(&alone);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(),
+              "PhysicsStaticGeometry of Wall at (5, 4.6): hull is not convex, its collisions are "
+              "not reliable\n");
+
+    // Convex hulls, a radius and the flat or tiny hulls say nothing.
+    CfoNode box("Door");
+    box.NewChild("name", "door_1");
+    CfoNode* boxBody = box.NewChild("PhysicsCharacter");
+    AddHull(boxBody, {"-20,-6", "20,-6", "20,6", "-20,6"});
+    CfoNode round("EnemyPoliceDude");
+    round.NewChild("PhysicsCharacter")->NewChild("radius", "40");
+    CfoNode square("WorldGeometry");
+    CfoNode* squareWall = square.NewChild("PhysicsStaticGeometry");
+    AddHull(squareWall, {"0,0", "10,0", "10,10", "0,10"});
+    CfoNode flat("Wall");
+    AddHull(&flat, {"-5,0", "0,0", "5,0"});
+    CfoNode two("Wall");
+    AddHull(&two, {"2,0", "4,0"});
+    PhysicsCharacter c1, c2;
+    PhysicsStaticGeometry s1, s2, s3;
+    testing::internal::CaptureStdout();
+    c1.Load(boxBody);
+    c2.Load(round.FindChild("PhysicsCharacter"));
+    s1.Load(squareWall);
+    s2.Load(&flat);
+    s3.Load(&two);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+    EXPECT_EQ(c1.body.vertices.size(), 4u);
+    EXPECT_EQ(c2.body.vertices.size(), 6u);
+}
+
 TEST(PhysicsRayCast, LoadNormalisesDirection) {
     CfoNode node("Ray");
     node.NewChild("position", "1,2");

@@ -619,6 +619,79 @@ TEST(PhysicsManager, PairPreTestChangesNothing) {
     }
 }
 
+TEST(PhysicsManager, PairPreTestSkipsFalseContactsOfNonConvexHulls) {
+    // Two bars with zigzag ends, a character and a wall, side by side with 25 units of air
+    // between them. The polygon test takes both for convex: no edge of either is upright, so
+    // it finds no axis that separates them and reports an overlap. The box comparison of the
+    // pre-test sees the gap and skips the pair. Loading warned about both hulls.
+    struct Scene {
+        EventManager events;
+        CollisionManager m;
+        Entity e1, e2;
+        CfoNode level{"WorldGeometry"};
+        PhysicsCharacter c;
+        PhysicsStaticGeometry w;
+        std::string loadLog;
+        Scene(bool preTest, bool zigzag) {
+            m.SetEventManager(&events);
+            m.pairPreTest = preTest;
+            for (const char* kind : {"PhysicsCharacter", "PhysicsStaticGeometry"}) {
+                CfoNode* hull = level.NewChild(kind)->NewChild("hull");
+                if (zigzag) {
+                    for (const char* p : {"-20,-6", "20,-6", "5,-3", "20,0", "5,3", "20,6", "-20,6",
+                                          "-5,3", "-20,0", "-5,-3"})
+                        hull->NewChild("")->NewChild(p);
+                } else {
+                    for (const char* p : {"-20,-6", "20,-6", "20,6", "-20,6"})
+                        hull->NewChild("")->NewChild(p);
+                }
+            }
+            level.FindChild("PhysicsStaticGeometry")->NewChild("pos", "65,0");
+            testing::internal::CaptureStdout();
+            c.Load(level.FindChild("PhysicsCharacter"));
+            w.Load(level.FindChild("PhysicsStaticGeometry"));
+            loadLog = testing::internal::GetCapturedStdout();
+            c.Prepare();
+            w.Prepare();
+            c.SetEntity(&e1);
+            w.SetEntity(&e2);
+            m.AddObject(&c);
+            m.AddObject(&w);
+            // A frame too soon to integrate: only the pair test runs.
+            m.Step(1.0f / 60.0f, 1.0f / 60.0f);
+        }
+    };
+    Scene off(false, true);
+    EXPECT_EQ(off.loadLog,
+              "PhysicsCharacter of WorldGeometry at (0, 0): hull is not convex, its collisions "
+              "are not reliable\n"
+              "PhysicsStaticGeometry of WorldGeometry at (65, 0): hull is not convex, its "
+              "collisions are not reliable\n");
+    auto q = Queued(off.events);
+    ASSERT_EQ(q.size(), 2u);
+    EXPECT_EQ(q[0]->self, &off.c);
+    EXPECT_EQ(q[0]->other, &off.w);
+    EXPECT_EQ(q[1]->self, &off.w);
+    // Without the pre-test: both are told, and the character is "separated" from a wall it
+    // never touched, by (25, 12): to where a corner of each meets the other.
+    EXPECT_EQ(off.c.body.position, HVector2(25.0f, 12.0f));
+    EXPECT_EQ(off.w.body.position, HVector2(65.0f, 0.0f));
+
+    // With it, the default: nothing at all.
+    Scene on(true, true);
+    EXPECT_EQ(on.events.NextCount(), 0u);
+    EXPECT_EQ(on.c.body.position, HVector2(0.0f, 0.0f));
+    EXPECT_EQ(on.w.body.position, HVector2(65.0f, 0.0f));
+
+    // The same bars with straight ends are convex: no warning, and apart either way.
+    for (bool preTest : {false, true}) {
+        Scene plain(preTest, false);
+        EXPECT_EQ(plain.loadLog, "");
+        EXPECT_EQ(plain.events.NextCount(), 0u) << preTest;
+        EXPECT_EQ(plain.c.body.position, HVector2(0.0f, 0.0f)) << preTest;
+    }
+}
+
 TEST(PhysicsBadInput, DegenerateBodiesInAStep) {
     EventManager events;
     CollisionManager m;
