@@ -94,10 +94,14 @@ bool CfoReadString(const CfoNode* node, const std::string& key, std::string& out
 bool CfoReadVector2(const CfoNode* node, const std::string& key, HVector2& out) {
     const CfoNode* child = Lookup(node, key);
     if (!child) return false;
-    float c[2];
-    ReadComponents(child->value, c, 2);
-    out = HVector2(c[0], c[1]);
+    out = CfoParseVector2(child->value);
     return true;
+}
+
+HVector2 CfoParseVector2(const std::string& text) {
+    float c[2];
+    ReadComponents(text, c, 2);
+    return HVector2(c[0], c[1]);
 }
 
 bool CfoReadVector3(const CfoNode* node, const std::string& key, HVector3& out) {

@@ -28,4 +28,8 @@ bool CfoReadVector3(const CfoNode* node, const std::string& key, HVector3& out);
 
 // The conversions on their own, for readers of table rows.
 int32_t CfoAtoi(const std::string& text);
+// A comma list of two floats, read exactly as CfoReadVector2 reads a key's value (a token
+// ends at ",", backspace or newline; empty tokens are skipped; missing components are 0).
+// For vectors written as node names, such as hull vertices.
+HVector2 CfoParseVector2(const std::string& text);
 float CfoAtof(const std::string& text);

@@ -11,16 +11,6 @@
 #include "math/hmath.h"
 #include "physics/collisionmanager.h"
 
-HVector2 PhysicsParseVector2(const std::string& text) {
-    // The document readers look a key up in a node; a hull vertex is the name of a node,
-    // not the value of a key, so the text is handed to them as the value of one.
-    CfoNode holder;
-    holder.NewChild("xy", text);
-    HVector2 v(0.0f, 0.0f);
-    CfoReadVector2(&holder, "xy", v);
-    return v;
-}
-
 // ---- PhysicsObject ----
 
 PhysicsObject::~PhysicsObject() {
@@ -88,7 +78,7 @@ void PhysicsBody::LoadHull(CfoNode* hull, bool recentre) {
     for (CfoNode* child : hull->children) {
         if (!child) continue;
         CfoNode* first = child->FirstChild();
-        if (first) AddVertex(PhysicsParseVector2(first->GetName()));
+        if (first) AddVertex(CfoParseVector2(first->GetName()));
     }
     if (recentre) CentreHull();
 }

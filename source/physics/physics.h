@@ -35,10 +35,6 @@ inline float PhysicsCross(const HVector2& a, const HVector2& b) { return a.y * b
 inline float PhysicsDot(const HVector2& a, const HVector2& b) { return a.x * b.x + a.y * b.y; }
 inline HVector2 PhysicsPerp(const HVector2& a) { return HVector2(-a.y, a.x); }
 
-// Reads a comma list of two floats through the document readers (CfoReadVector2): a hull
-// vertex is written as a node's name, which they do not read on their own.
-HVector2 PhysicsParseVector2(const std::string& text);
-
 struct PhysicsCircle {
     HVector2 centre;
     float radius = 0.0f;

@@ -284,12 +284,12 @@ TEST(PhysicsBody, HullVerticesReadLikeDocumentVectors) {
         node.NewChild("v", text);
         HVector2 expected(0.0f, 0.0f);
         ASSERT_TRUE(CfoReadVector2(&node, "v", expected));
-        HVector2 got = PhysicsParseVector2(text);
+        HVector2 got = CfoParseVector2(text);
         EXPECT_EQ(got, expected) << text;
     }
-    EXPECT_EQ(PhysicsParseVector2("3,4"), HVector2(3.0f, 4.0f));
-    EXPECT_EQ(PhysicsParseVector2(",,5,,6"), HVector2(5.0f, 6.0f));
-    EXPECT_EQ(PhysicsParseVector2("7"), HVector2(7.0f, 0.0f));
+    EXPECT_EQ(CfoParseVector2("3,4"), HVector2(3.0f, 4.0f));
+    EXPECT_EQ(CfoParseVector2(",,5,,6"), HVector2(5.0f, 6.0f));
+    EXPECT_EQ(CfoParseVector2("7"), HVector2(7.0f, 0.0f));
 }
 
 // ---- convex hulls ----
