@@ -250,14 +250,8 @@ TEST_F(ABTGfx, PerChunkPathsDrawTheSameLevel) {
     glDisable(GL_ALPHA_TEST);
 }
 
-TEST(MeshGfx, StaticMeshDrawsWithItsVertexColours) {
-    MeshASM mesh;
-    CfoDocument doc;
-    ASSERT_TRUE(doc.Parse(
-        "verts={ {-1,-1,0} {1,-1,0} {1,1,0} {-1,1,0} }\n"
-        "texcoords={ {0,0} }\nnormals={ {0,0,1} }\ncolor={ {0,0,1} }\n"
-        "faces={ { {0,1,2} {0,0,0} {0,0,0} {0,0,0} } { {0,2,3} {0,0,0} {0,0,0} {0,0,0} } }\n"));
-    ASSERT_TRUE(mesh.LoadASMDocument(&doc));
+// Identity matrices, flat colours and a black frame: what the mesh tests draw on.
+static void BeginFlatDraw() {
     glViewport(0, 0, kWidth, kHeight);
     glMatrixMode(GL_PROJECTION);
     glLoadIdentity();
@@ -268,6 +262,17 @@ TEST(MeshGfx, StaticMeshDrawsWithItsVertexColours) {
     glDisable(GL_LIGHTING);
     glClearColor(0, 0, 0, 1);
     glClear(GL_COLOR_BUFFER_BIT);
+}
+
+TEST(MeshGfx, StaticMeshDrawsWithItsVertexColours) {
+    MeshASM mesh;
+    CfoDocument doc;
+    ASSERT_TRUE(doc.Parse(
+        "verts={ {-1,-1,0} {1,-1,0} {1,1,0} {-1,1,0} }\n"
+        "texcoords={ {0,0} }\nnormals={ {0,0,1} }\ncolor={ {0,0,1} }\n"
+        "faces={ { {0,1,2} {0,0,0} {0,0,0} {0,0,0} } { {0,2,3} {0,0,0} {0,0,0} {0,0,0} } }\n"));
+    ASSERT_TRUE(mesh.LoadASMDocument(&doc));
+    BeginFlatDraw();
     mesh.Draw();
     glFinish();
     Pixel p = ReadPixel(kWidth / 2, kHeight / 2);
@@ -303,16 +308,7 @@ TEST(MeshGfx, MeshTooLargeForShortIndicesLoadsAndDrawsNothing) {
     ASSERT_TRUE(mesh.LoadASMDocument(&doc));
     testing::internal::GetCapturedStdout();
     EXPECT_FALSE(mesh.drawable);
-    glViewport(0, 0, kWidth, kHeight);
-    glMatrixMode(GL_PROJECTION);
-    glLoadIdentity();
-    glMatrixMode(GL_MODELVIEW);
-    glLoadIdentity();
-    glDisable(GL_DEPTH_TEST);
-    glDisable(GL_TEXTURE_2D);
-    glDisable(GL_LIGHTING);
-    glClearColor(0, 0, 0, 1);
-    glClear(GL_COLOR_BUFFER_BIT);
+    BeginFlatDraw();
     mesh.Draw();
     glFinish();
     EXPECT_EQ(glGetError(), static_cast<GLenum>(GL_NO_ERROR));
