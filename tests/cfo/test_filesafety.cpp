@@ -34,13 +34,29 @@ std::atomic<size_t> large_threshold{SIZE_MAX};
 std::atomic<int> large_requests{0};
 }  // namespace
 
-void* operator new(std::size_t size) {
+namespace {
+void* CountedAllocation(std::size_t size) noexcept {
     size_t seen = largest_request.load(std::memory_order_relaxed);
     while (size > seen && !largest_request.compare_exchange_weak(seen, size)) {
     }
     if (size >= large_threshold.load(std::memory_order_relaxed)) ++large_requests;
-    if (void* p = std::malloc(size ? size : 1)) return p;
+    return std::malloc(size ? size : 1);
+}
+}  // namespace
+
+// Every form the library offers is replaced: a sanitizer runtime brings its own of each,
+// and one left out would pass requests by the count. The no-throw single-object form is
+// test_cfomemory.cpp's, which hands on to the ordinary one.
+void* operator new(std::size_t size) {
+    if (void* p = CountedAllocation(size)) return p;
     throw std::bad_alloc();
+}
+void* operator new[](std::size_t size) {
+    if (void* p = CountedAllocation(size)) return p;
+    throw std::bad_alloc();
+}
+void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
+    return CountedAllocation(size);
 }
 // GCC sees the free() of a block that came from `new` once these are inlined, and takes
 // the pair it is looking at for a mismatch.
@@ -48,6 +64,10 @@ void* operator new(std::size_t size) {
 #pragma GCC diagnostic ignored "-Wmismatched-new-delete"
 void operator delete(void* p) noexcept { std::free(p); }
 void operator delete(void* p, std::size_t) noexcept { std::free(p); }
+void operator delete[](void* p) noexcept { std::free(p); }
+void operator delete[](void* p, std::size_t) noexcept { std::free(p); }
+void operator delete(void* p, const std::nothrow_t&) noexcept { std::free(p); }
+void operator delete[](void* p, const std::nothrow_t&) noexcept { std::free(p); }
 #pragma GCC diagnostic pop
 
 namespace {
