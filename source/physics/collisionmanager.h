@@ -121,7 +121,9 @@ public:
     void InsertObject(PhysicsObject* obj, PhysicsTreeNode* node);
     void RemoveFromTree(PhysicsObject* obj);
     void UpdateObject(PhysicsObject* obj);
-    // Places the root rectangle (nothing in the game does; the root is a zero rectangle).
+    // Places the root rectangle. The Scene gives it the level's "max_size" (centred on the
+    // origin); without a Scene it stays a zero rectangle and every object stays in the root.
+    // The step never reads the tree either way.
     void SetTreeRectangle(HVector2 centre, HVector2 size);
 
     // The pair loop passes over pairs of kinds that have no handler without visiting them,
