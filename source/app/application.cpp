@@ -12,9 +12,12 @@
 #include "resources/font.h"
 #include "resources/shaderprogram.h"
 #include "resources/texturetga.h"
+#include "scene/scene.h"
 #include "scene/scenemanager.h"
 #include "world/meshaam.h"
 #include "world/meshasm.h"
+#include "world/staticgeometry.h"
+#include "world/worldgeometry.h"
 
 namespace {
 
@@ -47,10 +50,14 @@ CfoDocument* ReadConfiguration(int argc, char** argv) {
 void RegisterClasses(SceneManager* scene_manager) {
     ClassRegistry* classes = scene_manager->GetClasses();
     classes->Register<SceneManager>();
-    // --- the GUI, scene, game and world classes register here, in this order:
-    // --- CustomGuiLayer, GameGuiLayer, GUIWindow, GUIButton, GUIImage, GUIVideo, GUIList,
-    // --- GUIFileWindow, Scene, Player, EnemyPoliceDude, StaticGeometry, Trigger, Doors,
-    // --- Item, WorldGeometry.
+    // The full order: CustomGuiLayer, GameGuiLayer, GUIWindow, GUIButton, GUIImage, GUIVideo,
+    // GUIList, GUIFileWindow, Scene, Player, EnemyPoliceDude, StaticGeometry, Trigger, Doors,
+    // Item, WorldGeometry. The GUI classes register here, before the Scene.
+    classes->Register<Scene>();
+    // --- Player, EnemyPoliceDude register here.
+    classes->Register<StaticGeometry>();
+    // --- Trigger, Doors, Item register here.
+    classes->Register<WorldGeometry>();
 }
 
 // The resource loaders by file extension, in lookup order.
