@@ -8,6 +8,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -40,6 +41,17 @@ inline const std::string& TempDir() {
 
 inline void WriteFile(const std::string& name, const std::string& text) {
     testsupport::WriteNativeFile(TempDir(), name, text.data(), text.size());
+}
+
+// A key event as the SDL layer gives it: the type (SDL12_KEYDOWN or SDL12_KEYUP) and the
+// SDL 1.2 key code.
+inline Sdl12Event Key(uint8_t type, int32_t sym) {
+    Sdl12Event e;
+    std::memset(&e, 0, sizeof(e));
+    e.key.type = type;
+    e.key.state = type == SDL12_KEYDOWN ? 1 : 0;
+    e.key.keysym.sym = sym;
+    return e;
 }
 
 // Logs every operation of its life; answers FrameEvent, ResumeGameEvent and InputEvent.

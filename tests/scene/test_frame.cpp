@@ -8,15 +8,6 @@ using namespace scenetest;
 
 namespace {
 
-Sdl12Event Key(uint8_t type, int32_t sym) {
-    Sdl12Event e;
-    std::memset(&e, 0, sizeof(e));
-    e.key.type = type;
-    e.key.state = type == SDL12_KEYDOWN ? 1 : 0;
-    e.key.keysym.sym = sym;
-    return e;
-}
-
 Sdl12Event Motion(uint16_t x, uint16_t y) {
     Sdl12Event e;
     std::memset(&e, 0, sizeof(e));

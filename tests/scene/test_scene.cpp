@@ -38,15 +38,6 @@ public:
     }
 };
 
-Sdl12Event Key(uint8_t type, int32_t sym) {
-    Sdl12Event e;
-    std::memset(&e, 0, sizeof(e));
-    e.key.type = type;
-    e.key.state = type == SDL12_KEYDOWN ? 1 : 0;
-    e.key.keysym.sym = sym;
-    return e;
-}
-
 Sdl12Event Motion(int16_t xrel, int16_t yrel) {
     Sdl12Event e;
     std::memset(&e, 0, sizeof(e));

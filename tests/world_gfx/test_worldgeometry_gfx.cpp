@@ -5,6 +5,7 @@
 // missing file draw nothing; StaticGeometry only sets the collision view's state.
 #include <gtest/gtest.h>
 
+#include "../resources/imagewriters.h"
 #include "support/glcontext.h"
 
 #include <SDL.h>
@@ -44,24 +45,10 @@ void MountData() {
     ASSERT_TRUE(mounted);
 }
 
-void Put32(std::vector<uint8_t>& b, size_t at, uint32_t v) { std::memcpy(&b[at], &v, 4); }
-
 // A 4x4 DXT1 texture of one colour (RGB565) with its 2x2 and 1x1 levels.
 void WriteSolidDds(const std::string& name, uint16_t color565) {
-    std::vector<uint8_t> b(128 + 3 * 8, 0);
-    std::memcpy(&b[0], "DDS ", 4);
-    Put32(b, 4, 124);
-    Put32(b, 8, 0x1 | 0x2 | 0x4 | 0x1000 | 0x20000 | 0x80000);
-    Put32(b, 12, 4);
-    Put32(b, 16, 4);
-    Put32(b, 20, 8);
-    Put32(b, 28, 3);
-    Put32(b, 76, 32);
-    Put32(b, 80, 0x4);
-    std::memcpy(&b[84], "DXT1", 4);
-    Put32(b, 108, 0x401008);
-    for (int level = 0; level < 3; ++level)
-        std::memcpy(&b[128 + static_cast<size_t>(level) * 8], &color565, 2);
+    const std::vector<uint8_t> b =
+        testfiles::MakeDDS(4, 4, "DXT1", 3, testfiles::Dxt1Solid(color565));
     worldtest::WriteFile(name, std::string(b.begin(), b.end()));
 }
 
