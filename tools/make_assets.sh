@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Regenerates all of Velmora's flat data (textures, fonts, sounds, the intro video) into a
-# folder: tools/make_assets.sh <out-dir> [contact-sheet.png]
+# Regenerates all of Velmora's flat data (textures, fonts, sounds, the intro video, the level's
+# meshes and document) into a folder: tools/make_assets.sh <out-dir> [contact-sheet.png]
 # The same inputs give the same bytes: fixed seeds, no time stamps, no metadata, ffmpeg in
 # bit-exact mode on one thread. tools/make_assets.sh data docs/contact_sheet.png refreshes
 # the committed copies.
@@ -28,6 +28,9 @@ trap 'rm -rf "$tmp"' EXIT
 
 # Textures, fonts and the short samples.
 "$ASSETGEN" data "$out" "$root/tools/layouts" "$fonts"
+
+# The courtyard level: its meshes, the sky dome and the level document.
+python3 "$root/tools/levelgen/levelgen.py" "$out"
 
 # The ambient rain loop: synthesised, then encoded as Ogg Vorbis.
 "$ASSETGEN" rain "$tmp/rain.wav"

@@ -1,0 +1,304 @@
+#!/usr/bin/env python3
+"""Writes the courtyard level: its meshes (ASM text), the sky dome and the level document.
+
+    python3 tools/levelgen/levelgen.py <data-dir>
+
+The output depends on nothing but this file: every number is written with a fixed number of
+decimals, so the same script gives the same bytes everywhere.
+
+The level lies in the ground plane x, y with z up, inside x -1405..3248, y -3004..1224.
+Everything solid is an axis-aligned block (a wall piece or a house); each block is drawn as
+plaster sides under a tiled gable roof, and its footprint is one collision rectangle.
+"""
+
+import math
+import os
+import sys
+
+AREA = (-1405.0, 3248.0, -3004.0, 1224.0)  # x0, x1, y0, y1
+T = 40.0  # wall thickness
+WALL_OUTER = 360.0
+WALL_INNER = 300.0
+
+# Texture scales: world units per texture repeat.
+COBBLE_REPEAT = 80.0  # eight stones a repeat: a stone about the size of a hand
+PLASTER_REPEAT = 200.0
+ROOF_REPEAT = 100.0
+
+TEX_COBBLES = 'resources/textures/ground_cobbles.dds'
+TEX_PLASTER = 'resources/textures/wall_plaster.dds'
+TEX_ROOF = 'resources/textures/roof_tiles.dds'
+TEX_WOOD = 'resources/textures/door_wood.dds'
+TEX_SKY = 'resources/textures/sky.dds'
+
+MESH_DIR = 'resources/meshes'
+ABT_FILE = 'resources/meshes/courtyard.abt'
+
+
+def num(v):
+    """A number as the files write it: at most four decimals, no trailing zeros."""
+    text = '%.4f' % v
+    text = text.rstrip('0').rstrip('.')
+    return '0' if text in ('-0', '') else text
+
+
+class Mesh:
+    def __init__(self):
+        self.verts, self.uvs, self.normals, self.faces = [], [], [], []
+        self._vi, self._ti, self._ni = {}, {}, {}
+
+    def _index(self, table, lookup, key):
+        if key not in lookup:
+            lookup[key] = len(table)
+            table.append(key)
+        return lookup[key]
+
+    def polygon(self, points, uvs):
+        """A flat convex polygon, counter-clockwise seen from its front, as a fan."""
+        a, b, c = points[0], points[1], points[2]
+        d = [b[i] - a[i] for i in range(3)]
+        e = [c[i] - a[i] for i in range(3)]
+        n = [d[1] * e[2] - d[2] * e[1], d[2] * e[0] - d[0] * e[2], d[0] * e[1] - d[1] * e[0]]
+        length = math.sqrt(sum(x * x for x in n))
+        n = tuple(num(x / length) for x in n)
+        ni = self._index(self.normals, self._ni, n)
+        vi = [self._index(self.verts, self._vi, tuple(num(x) for x in p)) for p in points]
+        ti = [self._index(self.uvs, self._ti, tuple(num(x) for x in t)) for t in uvs]
+        for k in range(1, len(points) - 1):
+            self.faces.append(((vi[0], vi[k], vi[k + 1]), (ti[0], ti[k], ti[k + 1]), (ni, ni, ni)))
+
+    def text(self, comment):
+        out = ['// ' + comment + '\n', 'verts = {\n']
+        out += ['{%s}\n' % ','.join(v) for v in self.verts]
+        out.append('}\ntexcoords = {\n')
+        out += ['{%s}\n' % ','.join(t) for t in self.uvs]
+        out.append('}\nnormals = {\n')
+        out += ['{%s}\n' % ','.join(n) for n in self.normals]
+        out.append('}\nfaces = {\n')
+        for v, t, n in self.faces:
+            out.append('{ {%d,%d,%d} {%d,%d,%d} {%d,%d,%d} }\n' % (v + t + n))
+        out.append('}\n')
+        return ''.join(out)
+
+
+ground, walls, roofs, doors, sky = Mesh(), Mesh(), Mesh(), Mesh(), Mesh()
+hulls = []  # (comment, [(x, y), ...] counter-clockwise)
+
+
+def wall_quad(a, b, z0, z1, ztop):
+    """The vertical face above the footprint edge a -> b; the outside is to its right."""
+    length = math.hypot(b[0] - a[0], b[1] - a[1])
+    u0 = (a[0] + a[1]) / PLASTER_REPEAT
+    u1 = u0 + length / PLASTER_REPEAT
+    # t runs from the top of the wall (0) to its foot (1): the texture's rain-dark rows
+    # are at the bottom.
+    walls.polygon([(a[0], a[1], z0), (b[0], b[1], z0), (b[0], b[1], z1), (a[0], a[1], z1)],
+                  [(u0, 1.0 - z0 / ztop), (u1, 1.0 - z0 / ztop), (u1, 1.0 - z1 / ztop),
+                   (u0, 1.0 - z1 / ztop)])
+
+
+def block(comment, x0, x1, y0, y1, height, rise, overhang, door_side=None):
+    """A solid block: four plaster sides, a gable roof along its longer side, a collision
+    rectangle for its footprint and, on houses, a wooden door on one side."""
+    corners = [(x0, y0), (x1, y0), (x1, y1), (x0, y1)]
+    hulls.append((comment, corners))
+    for k in range(4):
+        wall_quad(corners[k], corners[(k + 1) % 4], 0.0, height, height)
+
+    along_x = (x1 - x0) >= (y1 - y0)
+    # Work in a frame whose first axis runs along the ridge; the frame is a rotation, so
+    # the winding of every face is kept.
+    if along_x:
+        u0, u1, v0, v1 = x0, x1, y0, y1
+
+        def world(u, v, z):
+            return (u, v, z)
+    else:
+        u0, u1, v0, v1 = y0, y1, -x1, -x0
+
+        def world(u, v, z):
+            return (-v, u, z)
+    vm = (v0 + v1) / 2.0
+    half = (v1 - v0) / 2.0
+    zr = height + rise
+    ze = height - overhang * rise / half
+    slope = math.hypot(half + overhang, rise + overhang * rise / half)
+    ua, ub = u0 - overhang, u1 + overhang
+    ru0, ru1 = ua / ROOF_REPEAT, ub / ROOF_REPEAT
+    s = slope / ROOF_REPEAT
+    # The two roof planes, t from the ridge (0) down to the eaves.
+    roofs.polygon([world(ua, v0 - overhang, ze), world(ub, v0 - overhang, ze), world(ub, vm, zr),
+                   world(ua, vm, zr)], [(ru0, s), (ru1, s), (ru1, 0.0), (ru0, 0.0)])
+    roofs.polygon([world(ub, v1 + overhang, ze), world(ua, v1 + overhang, ze), world(ua, vm, zr),
+                   world(ub, vm, zr)], [(ru1, s), (ru0, s), (ru0, 0.0), (ru1, 0.0)])
+    # The undersides of the eaves, seen from the street.
+    roofs.polygon([world(ua, vm, zr), world(ub, vm, zr), world(ub, v0 - overhang, ze),
+                   world(ua, v0 - overhang, ze)], [(ru0, 0.0), (ru1, 0.0), (ru1, s), (ru0, s)])
+    roofs.polygon([world(ub, vm, zr), world(ua, vm, zr), world(ua, v1 + overhang, ze),
+                   world(ub, v1 + overhang, ze)], [(ru1, 0.0), (ru0, 0.0), (ru0, s), (ru1, s)])
+    # The gable ends in plaster.
+    tr = 1.0 - zr / height
+    for (ua_, va, vb) in ((u0, v1, v0), (u1, v0, v1)):
+        pa, pb, pc = world(ua_, va, height), world(ua_, vb, height), world(ua_, vm, zr)
+        uu = (pa[0] + pa[1]) / PLASTER_REPEAT
+        walls.polygon([pa, pb, pc], [(uu, 0.0), (uu + 2 * half / PLASTER_REPEAT, 0.0),
+                                     (uu + half / PLASTER_REPEAT, tr)])
+
+    if door_side is not None:
+        a = corners[door_side]
+        b = corners[(door_side + 1) % 4]
+        length = math.hypot(b[0] - a[0], b[1] - a[1])
+        dx, dy = (b[0] - a[0]) / length, (b[1] - a[1]) / length
+        out = (dy * 1.0, -dx * 1.0)  # one unit outside the wall
+        mid = length / 2.0
+        w, h = 44.0, 150.0
+        p = lambda s, z: (a[0] + dx * s + out[0], a[1] + dy * s + out[1], z)
+        doors.polygon([p(mid - w, 0.0), p(mid + w, 0.0), p(mid + w, h), p(mid - w, h)],
+                      [(0.0, 1.0), (1.0, 1.0), (1.0, 0.0), (0.0, 0.0)])
+
+
+def wall(comment, x0, x1, y0, y1, height):
+    block(comment, x0, x1, y0, y1, height, 24.0, 12.0)
+
+
+def build_ground():
+    """Wet cobbles over the whole area, in 8 x 8 tiles so the tree can cull them."""
+    x0, x1, y0, y1 = AREA
+    n = 8
+    for j in range(n):
+        for i in range(n):
+            ax, bx = x0 + (x1 - x0) * i / n, x0 + (x1 - x0) * (i + 1) / n
+            ay, by = y0 + (y1 - y0) * j / n, y0 + (y1 - y0) * (j + 1) / n
+            c = COBBLE_REPEAT
+            ground.polygon([(ax, ay, 0.0), (bx, ay, 0.0), (bx, by, 0.0), (ax, by, 0.0)],
+                           [(ax / c, -ay / c), (bx / c, -ay / c), (bx / c, -by / c),
+                            (ax / c, -by / c)])
+
+
+def build_sky():
+    """A dome around the eye, faces turned inwards; t runs from the zenith (0) down to the
+    horizon (1), u goes twice round the texture."""
+    radius = 2400.0
+    segments = 16
+    rings = [-20.0, 0.0, 12.0, 25.0, 40.0, 58.0, 76.0, 90.0]
+
+    def point(elev, k):
+        a = 2.0 * math.pi * k / segments
+        e = math.radians(elev)
+        return (radius * math.cos(e) * math.cos(a), radius * math.cos(e) * math.sin(a),
+                radius * math.sin(e))
+
+    def tex(elev, k):
+        return (2.0 * k / segments, min(1.0, 1.0 - elev / 90.0))
+
+    for r in range(len(rings) - 1):
+        lo, hi = rings[r], rings[r + 1]
+        for k in range(segments):
+            if hi == 90.0:
+                sky.polygon([point(lo, k), point(hi, k), point(lo, k + 1)],
+                            [tex(lo, k), ((2.0 * k + 1.0) / segments, 0.0), tex(lo, k + 1)])
+            else:
+                sky.polygon([point(lo, k), point(hi, k), point(hi, k + 1), point(lo, k + 1)],
+                            [tex(lo, k), tex(hi, k), tex(hi, k + 1), tex(lo, k + 1)])
+
+
+def build_level():
+    x0, x1, y0, y1 = AREA
+    # The enclosing walls, just inside the area.
+    wall('west wall', x0, x0 + T, y0, y1, WALL_OUTER)
+    wall('east wall', x1 - T, x1, y0, y1, WALL_OUTER)
+    wall('south wall', x0 + T, x1 - T, y0, y0 + T, WALL_OUTER)
+    wall('north wall', x0 + T, x1 - T, y1 - T, y1, WALL_OUTER)
+    # The wall between the main square (north) and the two south yards. The gate at
+    # x 100..300 is where the hinged door will stand; x 2500..2700 is an open passage.
+    ay = -1500.0
+    wall('square south wall, west part', x0 + T, 100.0, ay - T / 2, ay + T / 2, WALL_INNER)
+    wall('square south wall, middle part', 300.0, 2500.0, ay - T / 2, ay + T / 2, WALL_INNER)
+    wall('square south wall, east part', 2700.0, x1 - T, ay - T / 2, ay + T / 2, WALL_INNER)
+    # The wall between the main square and the east yard. The gate at y -300..-60 is where
+    # the sliding gate will stand.
+    bx = 1800.0
+    wall('east yard wall, south part', bx - T / 2, bx + T / 2, ay + T / 2, -300.0, WALL_INNER)
+    wall('east yard wall, north part', bx - T / 2, bx + T / 2, -60.0, y1 - T, WALL_INNER)
+    # The alley wall between the two south yards, open at y -2500..-2300.
+    cx = 1000.0
+    wall('south alley wall, south part', cx - T / 2, cx + T / 2, y0 + T, -2500.0, WALL_INNER)
+    wall('south alley wall, north part', cx - T / 2, cx + T / 2, -2300.0, ay - T / 2, WALL_INNER)
+    # Houses that break the sight lines; the number picks the side with the door
+    # (0 south, 1 east, 2 north, 3 west).
+    block('house on the square, north-west', -900.0, -430.0, 380.0, 820.0, 320.0, 150.0, 30.0, 0)
+    block('house on the square, south-east', 520.0, 1080.0, -1060.0, -700.0, 300.0, 130.0, 30.0, 2)
+    block('house in the east yard', 2350.0, 2800.0, 150.0, 700.0, 320.0, 150.0, 30.0, 3)
+    block('house in the south-west yard', -820.0, -260.0, -2560.0, -2100.0, 300.0, 140.0, 30.0, 2)
+    block('long house in the south-east yard', 1650.0, 2600.0, -2520.0, -2180.0, 300.0, 130.0,
+          30.0, 2)
+    build_ground()
+    build_sky()
+
+
+def hull_text(points):
+    return ' '.join('{%s,%s}' % (num(x), num(y)) for x, y in points)
+
+
+def document():
+    rows = [('courtyard_ground.asm', TEX_COBBLES), ('courtyard_walls.asm', TEX_PLASTER),
+            ('courtyard_roofs.asm', TEX_ROOF), ('courtyard_doors.asm', TEX_WOOD)]
+    out = []
+    out.append('// The courtyard: the main square of wet cobbles, the east yard behind the sliding\n'
+               '// gate, the two south yards behind the hinged door and the alley. Made by\n'
+               '// tools/levelgen/levelgen.py; edit the script, not this file.\n')
+    out.append('Scene = {\n')
+    out.append('\tname = game_scene;\n')
+    out.append('\tsky_texture = "%s";\n' % TEX_SKY)
+    out.append('\tsky_mesh = "%s/sky_dome.asm";\n' % MESH_DIR)
+    out.append('\tmax_size = 6600,6200;\n')
+    out.append('\tcamera_pos = -1050,-700,220;\n')
+    out.append('\tcamera_target = -800,500,160;\n')
+    out.append('\tcamera_up = 0,0,1;\n')
+    out.append('\tcamera_fov = 60;\n')
+    out.append('\tWorldGeometry = {\n')
+    out.append('\t\tname = courtyard;\n')
+    out.append('\t\t// Rebuilt on every load: the tree is written to the data folder and read back.\n')
+    out.append('\t\tABTBuilder = {\n')
+    out.append('\t\t\toutput_file = "data/%s";\n' % ABT_FILE)
+    out.append('\t\t\tmax_faces = 100;\n')
+    out.append('\t\t\tmax_depth = 6;\n')
+    out.append('\t\t\tObjects = {\n')
+    for mesh, tex in rows:
+        out.append('\t\t\t\t{%s/%s,%s}\n' % (MESH_DIR, mesh, tex))
+    out.append('\t\t\t}\n')
+    out.append('\t\t}\n')
+    out.append('\t\tfile = "%s";\n' % ABT_FILE)
+    out.append('\t\t// Collision: one rectangle per wall piece and house, counter-clockwise.\n')
+    for comment, points in hulls:
+        out.append('\t\t// %s\n' % comment)
+        out.append('\t\tPhysicsStaticGeometry = { hull = { %s } }\n' % hull_text(points))
+    out.append('\t}\n')
+    out.append('}\n')
+    return ''.join(out)
+
+
+def write(path, text):
+    os.makedirs(os.path.dirname(path), exist_ok=True)
+    with open(path, 'w', encoding='ascii', newline='\n') as f:
+        f.write(text)
+
+
+def main():
+    if len(sys.argv) != 2:
+        print('usage: levelgen.py <data-dir>')
+        return 2
+    out = sys.argv[1]
+    build_level()
+    meshes = os.path.join(out, MESH_DIR)
+    write(os.path.join(meshes, 'courtyard_ground.asm'), ground.text('The courtyard: wet cobbles'))
+    write(os.path.join(meshes, 'courtyard_walls.asm'), walls.text('The courtyard: plaster walls'))
+    write(os.path.join(meshes, 'courtyard_roofs.asm'), roofs.text('The courtyard: roof tiles'))
+    write(os.path.join(meshes, 'courtyard_doors.asm'), doors.text('The courtyard: house doors'))
+    write(os.path.join(meshes, 'sky_dome.asm'), sky.text('The sky dome around the eye'))
+    write(os.path.join(out, 'scenes', 'enemy_test.cfo'), document())
+    return 0
+
+
+if __name__ == '__main__':
+    sys.exit(main())
