@@ -42,3 +42,12 @@ gtest_discover_tests(tests_assets_tool
   WORKING_DIRECTORY ${CMAKE_CURRENT_BINARY_DIR}
   PROPERTIES LABELS assets
   DISCOVERY_TIMEOUT 60)
+
+# The level's committed ABT file against a fresh build by the engine's own builder
+# (tools/levelgen/levelabt.cpp, built only with the engine).
+if(VELMORA_TOOLS AND NOT VELMORA_FUZZ)
+  add_test(NAME assets.level_abt_identical
+    COMMAND bash ${assets_dir}/level_abt.sh $<TARGET_FILE:velmora_levelabt> ${PROJECT_SOURCE_DIR}
+            ${CMAKE_CURRENT_BINARY_DIR}/level_abt)
+  set_tests_properties(assets.level_abt_identical PROPERTIES LABELS assets TIMEOUT 120)
+endif()
