@@ -29,8 +29,10 @@ trap 'rm -rf "$tmp"' EXIT
 # Textures, fonts and the short samples.
 "$ASSETGEN" data "$out" "$root/tools/layouts" "$fonts"
 
-# The courtyard level: its meshes, the sky dome and the level document.
-python3 "$root/tools/levelgen/levelgen.py" "$out"
+# The courtyard level: its meshes, the sky dome, the level document and the mini map (a top
+# view over exactly the level's area, compressed by the generator).
+python3 "$root/tools/levelgen/levelgen.py" "$out" "$tmp/minimap.ppm"
+"$ASSETGEN" dds "$tmp/minimap.ppm" "$out/resources/textures/level1/minimap.dds"
 
 # The ambient rain loop: synthesised, then encoded as Ogg Vorbis.
 "$ASSETGEN" rain "$tmp/rain.wav"

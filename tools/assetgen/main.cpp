@@ -7,6 +7,7 @@
 //   stdout velmora_assetgen contact <data-dir> <font-dir> <out.png>  one picture of every texture
 //   and font
 #include <algorithm>
+#include <cctype>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -178,12 +179,47 @@ int MakeContactSheet(const std::string& data, const std::string& font_dir, const
     return WritePng(png, sheet) ? 0 : 1;
 }
 
+// A binary PPM (P6, maxval 255, power-of-two sides) as an opaque DXT1 DDS with its mip
+// chain: the level tool draws its pictures as PPM and leaves the compression to this one.
+int PpmToDds(const std::string& ppm, const std::string& dds) {
+    std::vector<uint8_t> file;
+    if (!ReadFile(ppm, &file)) return 1;
+    size_t pos = 0;
+    std::vector<int> fields;
+    std::string magic;
+    while (fields.size() < 3 && pos < file.size()) {
+        while (pos < file.size() && std::isspace(file[pos])) ++pos;
+        size_t start = pos;
+        while (pos < file.size() && !std::isspace(file[pos])) ++pos;
+        std::string word(file.begin() + long(start), file.begin() + long(pos));
+        if (magic.empty())
+            magic = word;
+        else
+            fields.push_back(std::atoi(word.c_str()));
+    }
+    ++pos;  // the single blank after maxval
+    if (magic != "P6" || fields.size() != 3 || fields[2] != 255 || !IsPowerOfTwo(fields[0]) ||
+        !IsPowerOfTwo(fields[1]) || file.size() - pos < size_t(fields[0]) * fields[1] * 3) {
+        std::fprintf(stderr, "velmora_assetgen: %s is not a power-of-two P6 picture\n",
+                     ppm.c_str());
+        return 1;
+    }
+    Image img(fields[0], fields[1]);
+    for (int y = 0; y < img.h; ++y)
+        for (int x = 0; x < img.w; ++x) {
+            const uint8_t* p = &file[pos + (size_t(y) * img.w + x) * 3];
+            img.Set(x, y, Rgb(p[0], p[1], p[2]));
+        }
+    return WriteDds(dds, img, false) ? 0 : 1;
+}
+
 int Usage() {
     std::printf(
         "usage: velmora_assetgen data <out-dir> <layout-dir> <font-dir>\n"
         "       velmora_assetgen rain <file.wav>\n"
         "       velmora_assetgen frames <w> <h> <count> <font-dir>\n"
-        "       velmora_assetgen contact <data-dir> <font-dir> <out.png>\n");
+        "       velmora_assetgen contact <data-dir> <font-dir> <out.png>\n"
+        "       velmora_assetgen dds <in.ppm> <out.dds>\n");
     return 2;
 }
 
@@ -197,5 +233,6 @@ int main(int argc, char** argv) {
         return MakeFrames(std::atoi(a[1].c_str()), std::atoi(a[2].c_str()), std::atoi(a[3].c_str()),
                           a[4]);
     if (a.size() == 4 && a[0] == "contact") return MakeContactSheet(a[1], a[2], a[3]);
+    if (a.size() == 3 && a[0] == "dds") return PpmToDds(a[1], a[2]);
     return Usage();
 }

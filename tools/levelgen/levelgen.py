@@ -1,7 +1,10 @@
 #!/usr/bin/env python3
 """Writes the courtyard level: its meshes (ASM text), the sky dome and the level document.
 
-    python3 tools/levelgen/levelgen.py <data-dir>
+    python3 tools/levelgen/levelgen.py <data-dir> [minimap.ppm]
+
+With a second argument it also draws the mini map's picture, which tools/make_assets.sh
+compresses into resources/textures/level1/minimap.dds.
 
 The output depends on nothing but this file: every number is written with a fixed number of
 decimals, so the same script gives the same bytes everywhere.
@@ -236,6 +239,60 @@ def build_level():
     build_sky()
 
 
+def render_minimap(path, size=256):
+    """The mini map: the level seen from straight above over exactly the area (x to the
+    right, y up), drawn from the same meshes with a depth test, as a binary PPM. Each face
+    takes its texture's mean colour (from the palette), lit from the north-west; faces that
+    do not look up (wall sides, gables, eave undersides) are not seen from above."""
+    x0, x1, y0, y1 = AREA
+    light = (-0.3, 0.4, 0.866)
+    ll = math.sqrt(sum(v * v for v in light))
+    light = tuple(v / ll for v in light)
+    base = {'ground': (92, 85, 74), 'roofs': (120, 62, 44), 'walls': (178, 160, 128),
+            'doors': (62, 40, 26)}
+    depth = [[-1e30] * size for _ in range(size)]
+    pixels = [[(0, 0, 0)] * size for _ in range(size)]
+    for name, mesh in (('ground', ground), ('walls', walls), ('roofs', roofs), ('doors', doors)):
+        for vi, _, ni in mesh.faces:
+            n = tuple(float(v) for v in mesh.normals[ni[0]])
+            if n[2] <= 1e-6:
+                continue
+            pts = []
+            for k in vi:
+                x, y, z = (float(v) for v in mesh.verts[k])
+                pts.append(((x - x0) / (x1 - x0) * size, (y1 - y) / (y1 - y0) * size, z))
+            (ax, ay, az), (bx, by, bz), (cx, cy, cz) = pts
+            area = (bx - ax) * (cy - ay) - (by - ay) * (cx - ax)
+            if abs(area) < 1e-12:
+                continue
+            shade = 0.45 + 0.55 * max(0.0, n[0] * light[0] + n[1] * light[1] + n[2] * light[2])
+            colour = tuple(min(255, int(c * shade + 0.5)) for c in base[name])
+            lo_x = max(0, int(math.floor(min(ax, bx, cx))))
+            hi_x = min(size - 1, int(math.ceil(max(ax, bx, cx))))
+            lo_y = max(0, int(math.floor(min(ay, by, cy))))
+            hi_y = min(size - 1, int(math.ceil(max(ay, by, cy))))
+            for j in range(lo_y, hi_y + 1):
+                py = j + 0.5
+                for i in range(lo_x, hi_x + 1):
+                    px = i + 0.5
+                    w0 = ((bx - px) * (cy - py) - (by - py) * (cx - px)) / area
+                    w1 = ((cx - px) * (ay - py) - (cy - py) * (ax - px)) / area
+                    w2 = 1.0 - w0 - w1
+                    if w0 < 0.0 or w1 < 0.0 or w2 < 0.0:
+                        continue
+                    z = w0 * az + w1 * bz + w2 * cz
+                    if z >= depth[j][i]:
+                        depth[j][i] = z
+                        pixels[j][i] = colour
+    data = bytearray(b'P6\n%d %d\n255\n' % (size, size))
+    for row in pixels:
+        for r, g, b in row:
+            data += bytes((r, g, b))
+    os.makedirs(os.path.dirname(os.path.abspath(path)), exist_ok=True)
+    with open(path, 'wb') as f:
+        f.write(bytes(data))
+
+
 def hull_text(points):
     return ' '.join('{%s,%s}' % (num(x), num(y)) for x, y in points)
 
@@ -285,8 +342,8 @@ def write(path, text):
 
 
 def main():
-    if len(sys.argv) != 2:
-        print('usage: levelgen.py <data-dir>')
+    if len(sys.argv) not in (2, 3):
+        print('usage: levelgen.py <data-dir> [minimap.ppm]')
         return 2
     out = sys.argv[1]
     build_level()
@@ -297,6 +354,8 @@ def main():
     write(os.path.join(meshes, 'courtyard_doors.asm'), doors.text('The courtyard: house doors'))
     write(os.path.join(meshes, 'sky_dome.asm'), sky.text('The sky dome around the eye'))
     write(os.path.join(out, 'scenes', 'enemy_test.cfo'), document())
+    if len(sys.argv) == 3:
+        render_minimap(sys.argv[2])
     return 0
 
 
