@@ -160,3 +160,34 @@ TEST_F(LevelDocument, OuterWallsCloseTheArea) {
     EXPECT_TRUE(
         covered([](const Box& b) { return b.y1 >= 1224 && b.x0 <= -1365 && b.x1 >= 3208; }));
 }
+
+TEST_F(LevelDocument, EveryWallFootStandsOnACollisionPolygon) {
+    // The foot of every plaster face (walls and houses, z = 0) lies inside or on the edge
+    // of a collision polygon, so no wall can be walked through.
+    std::vector<std::vector<Point>> hulls;
+    for (const CfoNode* body : Children(world, "PhysicsStaticGeometry"))
+        hulls.push_back(HullPoints(body->FindChild("hull")));
+    CfoDocument mesh;
+    ASSERT_TRUE(ReadDocument(mesh, kData + "resources/meshes/courtyard_walls.asm"));
+    const CfoNode* verts = mesh.FindChild("verts");
+    ASSERT_NE(verts, nullptr);
+    size_t feet = 0;
+    for (const CfoNode* row : verts->children) {
+        double x = 0, y = 0, z = 0;
+        ASSERT_EQ(std::sscanf(row->FirstChild()->name.c_str(), "%lf,%lf,%lf", &x, &y, &z), 3);
+        if (z != 0.0) continue;
+        ++feet;
+        bool inside = false;
+        for (const std::vector<Point>& p : hulls) {
+            bool all_left = true;
+            for (size_t i = 0; i < p.size() && all_left; ++i) {
+                const Point& a = p[i];
+                const Point& b = p[(i + 1) % p.size()];
+                all_left = (b.x - a.x) * (y - a.y) - (b.y - a.y) * (x - a.x) >= -1e-6;
+            }
+            inside = inside || all_left;
+        }
+        EXPECT_TRUE(inside) << "wall foot at " << x << "," << y;
+    }
+    EXPECT_GE(feet, 48u);  // four corners of each of 16 blocks, shared corners written once
+}
