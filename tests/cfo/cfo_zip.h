@@ -1,7 +1,7 @@
 #pragma once
 // ZIP archives made by the tests themselves, with zlib: members deflated or stored, a
 // member of any length of zero bytes that costs little to make, and every field at hand so
-// that a test can damage exactly the part it means to.
+// that a test can damage exactly the piece it means to.
 
 #include <zlib.h>
 

@@ -275,7 +275,7 @@ TEST(CfoFileDamage, BrokenDeflateStreamIsAShortRead) {
     long got = std::strtol(out.c_str() + head.size(), nullptr, 10);
     EXPECT_LT(got, 200000);
 
-    // The document is not parsed from the part that arrived.
+    // The document is not parsed from the bytes that did arrive.
     CfoDocument doc;
     testing::internal::CaptureStdout();
     EXPECT_FALSE(doc.LoadFile("zips/broken/broken.cfo"));
