@@ -2,6 +2,7 @@
 
 #include <physfs.h>
 #include <sys/stat.h>
+#include <zlib.h>
 
 #include <algorithm>
 #include <cinttypes>
@@ -56,30 +57,7 @@ bool FileSystemSetWriteDir(const std::string& native_path) {
     return PHYSFS_setWriteDir(native_path.c_str()) != 0;
 }
 
-// CRC-32, eight bytes a step (the tables give the effect of each byte position).
 namespace {
-
-struct Crc32Tables {
-    uint32_t t[8][256];
-};
-
-constexpr Crc32Tables MakeCrc32Tables() {
-    Crc32Tables tables{};
-    for (uint32_t i = 0; i < 256; ++i) {
-        uint32_t c = i;
-        for (int k = 0; k < 8; ++k) c = (c & 1) ? 0xEDB88320u ^ (c >> 1) : c >> 1;
-        tables.t[0][i] = c;
-    }
-    for (int s = 1; s < 8; ++s) {
-        for (uint32_t i = 0; i < 256; ++i) {
-            uint32_t prev = tables.t[s - 1][i];
-            tables.t[s][i] = (prev >> 8) ^ tables.t[0][prev & 0xFF];
-        }
-    }
-    return tables;
-}
-
-constexpr Crc32Tables crc32_tables = MakeCrc32Tables();
 
 uint16_t U16(const uint8_t* p) { return static_cast<uint16_t>(p[0] | (p[1] << 8)); }
 uint32_t U32(const uint8_t* p) {
@@ -90,19 +68,16 @@ uint64_t U64(const uint8_t* p) { return uint64_t(U32(p)) | (uint64_t(U32(p + 4))
 }  // namespace
 
 uint32_t FileCrc32(const void* data, size_t size, uint32_t crc) {
-    const auto& t = crc32_tables.t;
-    const uint8_t* p = static_cast<const uint8_t*>(data);
-    crc = ~crc;
-    while (size >= 8) {
-        uint32_t lo = U32(p) ^ crc;
-        uint32_t hi = U32(p + 4);
-        crc = t[7][lo & 0xFF] ^ t[6][(lo >> 8) & 0xFF] ^ t[5][(lo >> 16) & 0xFF] ^ t[4][lo >> 24] ^
-              t[3][hi & 0xFF] ^ t[2][(hi >> 8) & 0xFF] ^ t[1][(hi >> 16) & 0xFF] ^ t[0][hi >> 24];
-        p += 8;
-        size -= 8;
+    // zlib's own, in pieces its 32-bit length takes.
+    const Bytef* p = static_cast<const Bytef*>(data);
+    uLong value = crc;
+    while (size > 0) {
+        const uInt n = static_cast<uInt>(std::min<size_t>(size, 1u << 30));
+        value = crc32(value, p, n);
+        p += n;
+        size -= n;
     }
-    while (size-- > 0) crc = t[0][(crc ^ *p++) & 0xFF] ^ (crc >> 8);
-    return ~crc;
+    return static_cast<uint32_t>(value);
 }
 
 // The ZIP directory. The end record (22 bytes and a comment of up to 64 KiB) closes the

@@ -138,7 +138,7 @@ bool PhysicsBody::IsConvex() const {
     for (int i = 0; i < m; i++) {
         const HVector2& a = edges[i];
         const HVector2& b = edges[(i + 1) % m];
-        const float turn = a.x * b.y - a.y * b.x;
+        const float turn = PhysicsCross(a, b);  // its sign only tells the two ways apart
         const float along = PhysicsDot(a, b);
         // A turn within the rounding of the product counts as going straight on (or back).
         if (std::fabs(turn) <= 1e-6f * a.Length() * b.Length()) {

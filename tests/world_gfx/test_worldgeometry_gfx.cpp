@@ -254,6 +254,21 @@ protected:
     GLint stack_before = 0;
 };
 
+// What both shading paths set before the tree draws: depth, colour material, back-face
+// culling, the alpha test and blending.
+void ExpectWorldState(const StateAtDraw& state) {
+    EXPECT_TRUE(state.depth);
+    EXPECT_TRUE(state.colour_material);
+    EXPECT_TRUE(state.cull);
+    EXPECT_EQ(state.cull_mode, GL_BACK);
+    EXPECT_TRUE(state.alpha);
+    EXPECT_EQ(state.alpha_func, GL_GREATER);
+    EXPECT_NEAR(state.alpha_ref, 0.2f, 1e-6f);
+    EXPECT_TRUE(state.blend);
+    EXPECT_EQ(state.blend_src, GL_SRC_ALPHA);
+    EXPECT_EQ(state.blend_dst, GL_ONE_MINUS_SRC_ALPHA);
+}
+
 }  // namespace
 
 TEST(WorldShadersGfx, EveryShaderFileCompilesForItsStage) {
@@ -328,16 +343,7 @@ TEST_F(WorldGeometryGfx, SimplePathRunsWithoutAdvancedShadingWhateverTheExtensio
     EXPECT_GT(w.tree.draws, 0u);
     EXPECT_EQ(glGetError(), static_cast<GLenum>(GL_NO_ERROR));
 
-    EXPECT_TRUE(state.depth);
-    EXPECT_TRUE(state.colour_material);
-    EXPECT_TRUE(state.cull);
-    EXPECT_EQ(state.cull_mode, GL_BACK);
-    EXPECT_TRUE(state.alpha);
-    EXPECT_EQ(state.alpha_func, GL_GREATER);
-    EXPECT_NEAR(state.alpha_ref, 0.2f, 1e-6f);
-    EXPECT_TRUE(state.blend);
-    EXPECT_EQ(state.blend_src, GL_SRC_ALPHA);
-    EXPECT_EQ(state.blend_dst, GL_ONE_MINUS_SRC_ALPHA);
+    ExpectWorldState(state);
     EXPECT_TRUE(state.fog);
     EXPECT_EQ(state.fog_mode, GL_LINEAR);
     EXPECT_EQ(state.fog_start, 0.0f);
@@ -405,16 +411,7 @@ TEST_F(WorldGeometryGfx, AdvancedPathLinksBothProgramsAndLeavesTheFogAlone) {
     EXPECT_GT(w.tree.draws, 0u);
     EXPECT_EQ(glGetError(), static_cast<GLenum>(GL_NO_ERROR));
 
-    EXPECT_TRUE(state.depth);
-    EXPECT_TRUE(state.colour_material);
-    EXPECT_TRUE(state.cull);
-    EXPECT_EQ(state.cull_mode, GL_BACK);
-    EXPECT_TRUE(state.alpha);
-    EXPECT_EQ(state.alpha_func, GL_GREATER);
-    EXPECT_NEAR(state.alpha_ref, 0.2f, 1e-6f);
-    EXPECT_TRUE(state.blend);
-    EXPECT_EQ(state.blend_src, GL_SRC_ALPHA);
-    EXPECT_EQ(state.blend_dst, GL_ONE_MINUS_SRC_ALPHA);
+    ExpectWorldState(state);
     EXPECT_FALSE(state.fog);  // no fog state is touched
     EXPECT_EQ(state.stack, stack_before + 1);
     // The linked pair of both programs.
