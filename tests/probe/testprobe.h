@@ -20,6 +20,8 @@
 //   bench_frames=N;                   logs the time from process start to the first
 //                                     swapped frame, then the frame rate over N more
 //                                     frames, and ends the program
+//   resume_key=1;                     key "r" posts a ResumeGameEvent that resumes the
+//                                     world, as the main menu will (the world starts paused)
 
 #include <GL/gl.h>
 #include <SDL.h>
@@ -71,6 +73,7 @@ public:
             CfoReadVector3(node, "colour", colour);
             CfoReadInt(node, "pause_ms", pause_ms);
             CfoReadInt(node, "bench_frames", bench_frames);
+            CfoReadBool(node, "resume_key", resume_key);
             if (pause_ms < 0 || pause_ms > 60000) pause_ms = 0;
             if (bench_frames < 0) bench_frames = 0;
         }
@@ -165,6 +168,10 @@ public:
                     break;
             }
         }
+        if (sdl.type == SDL12_KEYDOWN && resume_key && sdl.key.keysym.sym == 'r') {
+            Log("posts ResumeGameEvent 1");
+            Post(new ResumeGameEvent(true));
+        }
         if (sdl.type == SDL12_KEYDOWN && !load_path.empty()) {
             const int32_t key = sdl.key.keysym.sym;
             if (key == 'k' && !delete_name.empty()) {
@@ -195,6 +202,7 @@ private:
     SceneManager* scene_manager = nullptr;  // not owned
     bool loaded = false;
     bool log_input = false;
+    bool resume_key = false;
     std::string load_path;
     std::string delete_name;
     bool has_quad = false;
