@@ -114,7 +114,13 @@
   X(void, glBindRenderbuffer, (GLenum target, GLuint renderbuffer), (target, renderbuffer)) \
   X(void, glDeleteRenderbuffers, (GLsizei n, const GLuint *renderbuffers), (n, renderbuffers)) \
   X(void, glRenderbufferStorage, (GLenum target, GLenum internalformat, GLsizei width, GLsizei height), (target, internalformat, width, height)) \
-  X(void, glFramebufferRenderbuffer, (GLenum target, GLenum attachment, GLenum renderbuffertarget, GLuint renderbuffer), (target, attachment, renderbuffertarget, renderbuffer))
+  X(void, glFramebufferRenderbuffer, (GLenum target, GLenum attachment, GLenum renderbuffertarget, GLuint renderbuffer), (target, attachment, renderbuffertarget, renderbuffer)) \
+  /* transform feedback: the skinning tests read vertex program results back */ \
+  X(void, glTransformFeedbackVaryings, (GLuint program, GLsizei count, const GLchar *const*varyings, GLenum bufferMode), (program, count, varyings, bufferMode)) \
+  X(void, glBeginTransformFeedback, (GLenum primitiveMode), (primitiveMode)) \
+  X(void, glEndTransformFeedback, (void), ()) \
+  X(void, glBindBufferBase, (GLenum target, GLuint index, GLuint buffer), (target, index, buffer)) \
+  X(void, glGetBufferSubData, (GLenum target, GLintptr offset, GLsizeiptr size, void *data), (target, offset, size, data))
 // clang-format on
 
 // The plain GL names, each defined in glprocs.cpp as a call through its table entry.
