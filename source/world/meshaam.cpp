@@ -7,6 +7,7 @@
 #include "cfo/cfonode.h"
 #include "cfo/cforeaders.h"
 #include "math/hmatrix3.h"
+#include "world/animation.h"
 
 namespace {
 
@@ -203,5 +204,22 @@ void MeshAAM::DeformVertices() {
             sum += (bone_rotations[b] * positions[v] + bone_positions[b]) * w[k];
         }
         skinned_positions[v] = sum;
+    }
+}
+
+int32_t MeshAAM::FindBone(const std::string& bone_name) const {
+    for (size_t b = 0; b < bones.size(); ++b)
+        if (bones[b].name == bone_name) return static_cast<int32_t>(b);
+    return -1;
+}
+
+void MeshAAM::BindAnimation(Animation* animation) const {
+    if (!animation) return;
+    for (BoneTrack& track : animation->tracks) track.bone_id = FindBone(track.name);
+    animation->Sort();
+    animation->track_map.clear();
+    for (size_t t = 0; t < animation->tracks.size(); ++t) {
+        int32_t id = animation->tracks[t].bone_id;
+        if (id >= 0) animation->track_map.emplace(id, t);
     }
 }

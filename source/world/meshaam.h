@@ -25,6 +25,7 @@
 #include "world/bone.h"
 #include "world/meshloaddata.h"
 
+class Animation;
 class CfoNode;
 
 class MeshAAM : public Resource {
@@ -57,6 +58,15 @@ public:
     // four, ending at an id below 0), of the bone's rotation applied to the bind position
     // plus the bone's position. A vertex without bones keeps its bind position.
     void DeformVertices();
+
+    // The index of the first bone called `bone_name`, or -1.
+    int32_t FindBone(const std::string& bone_name) const;
+
+    // Binds `animation` to this skeleton: each track's `bone_id` becomes the index of the
+    // bone of its name (-1 when there is none), the tracks are sorted by that id and the
+    // animation's map is filled anew. Poses look tracks up by bone index, so an animation
+    // passes through here once for each skeleton before it plays there. Null is ignored.
+    void BindAnimation(Animation* animation) const;
 
 private:
     void Clear();
