@@ -272,7 +272,7 @@ TEST(SkinningShadersGfx, MeshWithShortArraysDrawsNothingAndSaysSo) {
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
 }
 
-// One bone turned a quarter about z and moved: exact positions from both routines.
+// One bone turned a quarter about x and moved: exact positions from both routines.
 TEST(SkinningShadersGfx, QuarterTurnMatchesByHand) {
     StartShading();
     MeshAAM mesh;
@@ -285,14 +285,14 @@ TEST(SkinningShadersGfx, QuarterTurnMatchesByHand) {
     mesh.bone_weights[1] = HVector4(0.5f, 0.5f, 0, 0);
     // The third vertex has no bone: it keeps its bind position.
     const float h = std::sqrt(0.5f);
-    mesh.bone_rotations[4] = HQuaternion(h, 0, 0, h);  // +90 degrees about z
+    mesh.bone_rotations[4] = HQuaternion(h, h, 0, 0);  // +90 degrees about x: y to z
     mesh.bone_positions[4] = HVector3(1, 2, 3);
     mesh.bone_positions[5] = HVector3(0, 0, 10);  // rotation: identity
     mesh.DeformVertices();
     GLuint program = CaptureProgram("resources/shaders/quat_skinned_geometry.cg", {"gl_Position"});
     const std::vector<float> gpu = RunCapture(program, mesh, 4);
     glDeleteProgram(program);
-    const float expected[3][3] = {{1, 12, 3}, {-4.5f, 6, 11.5f}, {2, 3, 4}};
+    const float expected[3][3] = {{11, 2, 3}, {0.5f, 3.5f, 14}, {2, 3, 4}};
     for (int v = 0; v < 3; ++v) {
         for (int c = 0; c < 3; ++c) {
             EXPECT_NEAR(mesh.skinned_positions[size_t(v)][unsigned(c)], expected[v][c], 1e-5f);
