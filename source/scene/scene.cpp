@@ -47,7 +47,9 @@ void Scene::Load(CfoNode* node, ResourceManager* resources) {
     CfoReadVector2(node, "max_size", max_size);
     // The rain member is loaded here from this same node, when r_particle_rain is set.
     Entity::Load(node, resources);
-    // The camera path is loaded here from "animations/cam2.cfo".
+    // The camera path: kept with the level, though no camera mode plays it. Without the
+    // file the level loads all the same.
+    camera_path.Load("animations/cam2.cfo");
     CfoReadVector3(node, "camera_pos", fixed_position);
     CfoReadVector3(node, "camera_target", fixed_target);
     CfoReadVector3(node, "camera_up", fixed_up);

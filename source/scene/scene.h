@@ -23,6 +23,7 @@
 #include "resources/texturedds.h"
 #include "scene/camera.h"
 #include "scene/entity.h"
+#include "world/cameraanimation.h"
 #include "world/meshasm.h"
 
 class CollisionManager;
@@ -105,9 +106,9 @@ public:
     float look_speed = 10.0f;               // degrees per mouse step and second
     CollisionManager* collision = nullptr;  // not owned; from Bind
     HVector2 max_size{0.0f, 0.0f};          // "max_size": the world's extent
-    // Later work adds here, in this order: the ambient sound handle ("ambient_sound"),
-    // the rain (a ParticleRain member, not a child) and the camera path (a CameraAnimation
-    // of "animations/cam2.cfo").
+    // Later work adds here, in this order: the ambient sound handle ("ambient_sound") and
+    // the rain (a ParticleRain member, not a child).
+    CameraAnimation camera_path;  // "animations/cam2.cfo", loaded and not played
 };
 
 // The ground grid of the collision view in the plane z = 0: a cross of two lines at `pos`,

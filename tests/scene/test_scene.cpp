@@ -203,7 +203,9 @@ TEST_F(SceneEntityTest, AMissingSkyLeavesTheHandleEmptyWithTheManagersLine) {
     scene.Load(doc.FindChild("Scene"), &resources);
     EXPECT_EQ(FlushedStdout(),
               "Could not find resource constructor associated with 'dds'\n"
-              "Could not find resource constructor associated with 'asm'\n");
+              "Could not find resource constructor associated with 'asm'\n"
+              "CFO Document 'animations/cam2.cfo' not found\n"
+              "Camera path 'animations/cam2.cfo' not loaded\n");
     EXPECT_FALSE(scene.sky_texture.IsValid());
     EXPECT_FALSE(scene.sky_mesh.IsValid());
 }
