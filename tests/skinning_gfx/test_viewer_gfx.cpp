@@ -3,11 +3,15 @@
 // characters: the bind pose and frames of each animation give different pictures; the
 // figure stays inside its box; a channel rooted at "Mugurkauls_krutis" playing the
 // strike moves the arms and leaves the legs; the advanced path draws the same figure.
-// The viewer writes PPM pictures; with VELMORA_SHOTS set they are also kept there.
+// The viewer writes PPM pictures; with VELMORA_SHOTS set they are also kept there. The
+// characters come from data/, or, before they are there, from the folder named by
+// VELMORA_CHARACTERS (laid out as data/); without either their tests are skipped.
 #include <gtest/gtest.h>
 
 #include "support/tempfolder.h"
 
+#include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -15,6 +19,10 @@
 #include <sstream>
 #include <string>
 #include <vector>
+
+#include "cfo/file.h"
+#include "world/animation.h"
+#include "world/meshaam.h"
 
 #ifdef VELMORA_VIEWER
 
@@ -260,6 +268,36 @@ TEST(ViewerGfx, AdvancedPathDrawsTheFigureInTheSamePlace) {
     EXPECT_GT(Differing(simple, advanced, 0, 0, 200, 200), 1000);
 }
 
+// The level's fog: none before 100 units, closed at 1800, over the eye distance in the
+// level's units (the scale of 3 here must not bring the figure nearer in the fog).
+TEST(ViewerGfx, FigureFogsLikeTheLevel) {
+    WriteFigure();
+    const std::string far =
+        " --mesh models/figure.aam --texture resources/textures/chek.dds --scale 3"
+        " --eye 0,-1900,171 --target 0,0,171 --size 200x200";
+    // The simple path's fog colour is the caller's: the viewer sets (0.5, 0.5, 0.55).
+    const Picture simple = Shot("figure_far_simple", far);
+    const Box a = FigureBox(simple);
+    ASSERT_GT(a.count, 100);
+    const unsigned char* p = simple.At((a.x0 + a.x1) / 2, (a.y0 + a.y1) / 2);
+    EXPECT_NEAR(p[0], 128, 1);
+    EXPECT_NEAR(p[1], 128, 1);
+    EXPECT_NEAR(p[2], 140, 1);
+    // The advanced path mixes the level's own advanced fog colour, (0.55, 0.5, 0.4).
+    const Picture advanced =
+        Shot("figure_far_advanced", far + " --advanced --normal resources/textures/orsin_n.tga");
+    const Box b = FigureBox(advanced);
+    ASSERT_GT(b.count, 100);
+    const unsigned char* q = advanced.At((b.x0 + b.x1) / 2, (b.y0 + b.y1) / 2);
+    EXPECT_NEAR(q[0], 140, 1);
+    EXPECT_NEAR(q[1], 128, 1);
+    EXPECT_NEAR(q[2], 102, 1);
+    // Near, at 300 units: a fog of 200 / 1700, the chest's colour mostly its own.
+    const Picture near = Shot("figure_near", kFigureView);
+    const unsigned char* n = near.At(100, 70);
+    EXPECT_LT(n[2], 90);
+}
+
 TEST(ViewerGfx, BadOptionsAndMissingFilesFailWithALine) {
     WriteFigure();
     const std::string log = TempDir() + "/bad.log";
@@ -276,5 +314,204 @@ TEST(ViewerGfx, BadOptionsAndMissingFilesFailWithALine) {
     std::string text2((std::istreambuf_iterator<char>(in2)), std::istreambuf_iterator<char>());
     EXPECT_EQ(text2, "viewer: bad option --size 0x3\n");
 }
+
+namespace {
+
+struct Character {
+    const char* name;     // orsin, polic
+    const char* texture;  // the diffuse atlas
+    float scale;          // as the game draws it
+};
+
+const Character kCharacters[] = {
+    {"orsin", "resources/textures/orsin_d.dds", 1.22f},
+    {"polic", "resources/textures/polic.dds", 0.8f},
+};
+
+// The folder to mount for the character files, "" when data/ has them, or null when
+// neither has them.
+const char* CharacterMount(const Character& c) {
+    const std::string model = std::string("/resources/models/") + c.name + ".aam";
+    if (std::filesystem::exists(std::string(VELMORA_SOURCE_DIR) + "/data" + model)) return "";
+    const char* extra = std::getenv("VELMORA_CHARACTERS");
+    if (extra && std::filesystem::exists(std::string(extra) + model)) return extra;
+    return nullptr;
+}
+
+// A character seen from the front (it faces -y) by the viewer's camera: eye at
+// (0, -distance, middle) looking along +y, 45 degrees high, the figure about three
+// quarters of the picture's height.
+struct CharacterView {
+    static constexpr int kWidth = 160;
+    static constexpr int kHeight = 240;
+    float height = 0.0f;  // of the bind pose, after the scale
+    float middle = 0.0f;
+    float distance = 0.0f;
+    float focal = 0.0f;  // pixels per unit at distance 1
+    std::string args;
+
+    CharacterView(const Character& c, const MeshAAM& mesh, const std::string& mount) {
+        float top = 0.0f;
+        for (const HVector3& p : mesh.positions) top = std::max(top, p.z);
+        height = top * c.scale;
+        middle = height * 0.5f;
+        distance = height * 1.6f;
+        focal = (kHeight * 0.5f) / std::tan(22.5f * 3.14159265f / 180.0f);
+        char text[512];
+        std::snprintf(text, sizeof(text),
+                      " --mesh resources/models/%s.aam --texture %s --scale %g --turn 0"
+                      " --eye 0,%g,%g --target 0,0,%g --size %dx%d%s%s",
+                      c.name, c.texture, double(c.scale), double(-distance), double(middle),
+                      double(middle), kWidth, kHeight, mount.empty() ? "" : " --mount ",
+                      mount.c_str());
+        args = text;
+    }
+    // The picture row and column of a point of the level (already scaled).
+    float Column(float x, float y) const { return kWidth * 0.5f + focal * x / (distance + y); }
+    float Row(float y, float z) const {
+        return kHeight * 0.5f - focal * (z - middle) / (distance + y);
+    }
+};
+
+// The box every pose of a character stays in: 0.6 of its height to either side and to the
+// front and back, from just under the ground to 1.1 of its height, as pixels.
+Box ExpectedBox(const CharacterView& v) {
+    const float r = 0.6f * v.height;
+    Box b;
+    b.x0 = int(std::floor(v.Column(-r, -r))) - 1;
+    b.x1 = int(std::ceil(v.Column(r, -r))) + 1;
+    b.y0 = int(std::floor(v.Row(-r, 1.1f * v.height))) - 1;
+    b.y1 = int(std::ceil(v.Row(-r, -0.03f * v.height))) + 1;
+    return b;
+}
+
+bool Inside(const Box& figure, const Box& expected) {
+    return figure.count > 0 && figure.x0 >= expected.x0 && figure.x1 <= expected.x1 &&
+           figure.y0 >= expected.y0 && figure.y1 <= expected.y1;
+}
+
+class CharacterGfx : public ::testing::TestWithParam<int> {
+protected:
+    void SetUp() override {
+        character = kCharacters[GetParam()];
+        const char* mount = CharacterMount(character);
+        if (mount == nullptr) GTEST_SKIP() << character.name << " not generated yet";
+        this->mount = mount;
+        static bool mounted = FileSystemMount(std::string(VELMORA_SOURCE_DIR) + "/data");
+        ASSERT_TRUE(mounted);
+        if (!this->mount.empty()) FileSystemMount(this->mount);
+        testing::internal::CaptureStdout();
+        const bool loaded = mesh.Load(std::string("resources/models/") + character.name + ".aam");
+        testing::internal::GetCapturedStdout();
+        ASSERT_TRUE(loaded);
+        ASSERT_GT(mesh.vertex_count, 0u);
+    }
+
+    std::string Anim(const char* which) const {
+        return std::string("animations/") + character.name + "_" + which + ".cfo";
+    }
+    int Length(const char* which) {
+        Animation a;
+        EXPECT_TRUE(a.Load(Anim(which))) << Anim(which);
+        return a.Length();
+    }
+    std::string ShotName(const std::string& what) const {
+        return std::string(character.name) + "_" + what;
+    }
+
+    Character character{};
+    std::string mount;
+    MeshAAM mesh;
+};
+
+}  // namespace
+
+TEST_P(CharacterGfx, BindPoseAndThreeFramesOfEachAnimation) {
+    const CharacterView view(character, mesh, mount);
+    const Box expected = ExpectedBox(view);
+    const Picture bind = Shot(ShotName("bind"), view.args);
+    const Box b = FigureBox(bind);
+    EXPECT_TRUE(Inside(b, expected)) << b.x0 << "," << b.y0 << " " << b.x1 << "," << b.y1;
+    // The figure stands on the ground in the middle and fills its height.
+    EXPECT_NEAR((b.x0 + b.x1) * 0.5f, CharacterView::kWidth * 0.5f, 8.0f);
+    EXPECT_GT(float(b.y1 - b.y0), 0.9f * view.focal * view.height / view.distance);
+    EXPECT_NEAR(float(b.y1), view.Row(0.0f, 0.0f), 6.0f);
+
+    const char* names[4] = {"idle", "walk", "run", "attack"};
+    const float speeds[4] = {20.0f, 70.0f, 100.0f, 80.0f};
+    for (int a = 0; a < 4; ++a) {
+        const int length = Length(names[a]);
+        ASSERT_GE(length, 4) << names[a];
+        Picture frames[3];
+        for (int i = 0; i < 3; ++i) {
+            const int frame = length * (i + 1) / 4;
+            char extra[160];
+            std::snprintf(extra, sizeof(extra), " --anim %s --speed %g --frame %d",
+                          Anim(names[a]).c_str(), double(speeds[a]), frame);
+            frames[i] = Shot(ShotName(std::string(names[a]) + "_" + std::to_string(frame)),
+                             view.args + extra);
+            const Box f = FigureBox(frames[i]);
+            EXPECT_TRUE(Inside(f, expected))
+                << names[a] << " frame " << frame << ": " << f.x0 << "," << f.y0 << " " << f.x1
+                << "," << f.y1 << " outside " << expected.x0 << "," << expected.y0 << " "
+                << expected.x1 << "," << expected.y1;
+        }
+        const int w = CharacterView::kWidth, h = CharacterView::kHeight;
+        EXPECT_GT(Differing(frames[0], frames[1], 0, 0, w, h), 20) << names[a];
+        EXPECT_GT(Differing(frames[1], frames[2], 0, 0, w, h), 20) << names[a];
+        EXPECT_GT(Differing(frames[0], frames[2], 0, 0, w, h), 20) << names[a];
+        EXPECT_GT(Differing(bind, frames[1], 0, 0, w, h), 20) << names[a];
+    }
+}
+
+TEST_P(CharacterGfx, StrikeOnTheUpperBodyChannelLeavesTheLegs) {
+    const CharacterView view(character, mesh, mount);
+    ASSERT_GE(mesh.FindBone("Mugurkauls_krutis"), 0);
+    const int idle_frame = Length("idle") / 2;
+    const int strike_frame = Length("attack") / 2;
+    char extra[200];
+    std::snprintf(extra, sizeof(extra), " --anim %s --speed 20 --frame %d", Anim("idle").c_str(),
+                  idle_frame);
+    const std::string idle = view.args + extra;
+    std::snprintf(extra, sizeof(extra),
+                  " --upper %s --upper-root Mugurkauls_krutis --upper-frame %d",
+                  Anim("attack").c_str(), strike_frame);
+    const Picture still = Shot(ShotName("idle_only"), idle);
+    const Picture strike = Shot(ShotName("idle_strike"), idle + extra);
+    const int w = CharacterView::kWidth, h = CharacterView::kHeight;
+    // Below the knees (under a third of the height, seen from the front edge of the box).
+    const int knees = int(std::ceil(view.Row(-0.6f * view.height, 0.3f * view.height)));
+    EXPECT_GT(FigureBox(still).y1, knees);
+    EXPECT_EQ(Differing(still, strike, 0, knees, w, h), 0);
+    // Above the waist: the arms and the body move.
+    const int waist = int(std::floor(view.Row(0.6f * view.height, 0.55f * view.height)));
+    EXPECT_GT(Differing(still, strike, 0, 0, w, waist), 100);
+}
+
+// Only the hero has the advanced path and a normal map.
+class HeroGfx : public CharacterGfx {};
+
+TEST_P(HeroGfx, AdvancedPathDrawsTheHeroInTheSamePlace) {
+    const CharacterView view(character, mesh, mount);
+    const std::string normal = " --advanced --normal resources/textures/orsin_n.tga";
+    const Picture simple = Shot(ShotName("simple"), view.args);
+    const Picture advanced = Shot(ShotName("advanced"), view.args + normal);
+    const Box a = FigureBox(simple), b = FigureBox(advanced);
+    EXPECT_NEAR(a.x0, b.x0, 2);
+    EXPECT_NEAR(a.x1, b.x1, 2);
+    EXPECT_NEAR(a.y0, b.y0, 2);
+    EXPECT_NEAR(a.y1, b.y1, 2);
+    EXPECT_GT(Differing(simple, advanced, 0, 0, CharacterView::kWidth, CharacterView::kHeight),
+              500);
+}
+
+INSTANTIATE_TEST_SUITE_P(Characters, CharacterGfx, ::testing::Values(0, 1),
+                         [](const ::testing::TestParamInfo<int>& info) {
+                             return std::string(kCharacters[info.param].name);
+                         });
+INSTANTIATE_TEST_SUITE_P(Hero, HeroGfx, ::testing::Values(0),
+                         [](const ::testing::TestParamInfo<int>& info) {
+                             return std::string(kCharacters[info.param].name);
+                         });
 
 #endif  // VELMORA_VIEWER
