@@ -31,6 +31,8 @@
 #include "world/abttreebuilder.h"
 #include "world/meshasm.h"
 
+#include "abtbench.h"
+
 namespace {
 
 constexpr int kMaterials = 20;
@@ -144,41 +146,16 @@ void WriteSolidDds(const std::string& name, uint16_t color) {
         .write(reinterpret_cast<const char*>(b.data()), static_cast<std::streamsize>(b.size()));
 }
 
-struct Gl {
-    SDL_Window* window = nullptr;
-    SDL_GLContext context = nullptr;
-    bool Open() {
-        if (window) return true;
-        if (SDL_Init(SDL_INIT_VIDEO) != 0) return false;
-        SDL_GL_SetAttribute(SDL_GL_DOUBLEBUFFER, 1);
-        SDL_GL_SetAttribute(SDL_GL_DEPTH_SIZE, 24);
-        window = SDL_CreateWindow("abt bench", 0, 0, kWidth, kHeight, SDL_WINDOW_OPENGL);
-        if (!window) return false;
-        context = SDL_GL_CreateContext(window);
-        if (!context) return false;
-        SDL_GL_MakeCurrent(window, context);
-        SDL_GL_SetSwapInterval(0);
-        glGetIntegerv(GL_MAX_ELEMENTS_INDICES, &max_elements_indices);
-        // The level's vertex buffers follow the driver's index limit (llvmpipe: 3000);
-        // VELMORA_ABT_INDEX_LIMIT plays a card with another one (at most 65536).
-        if (const char* env = std::getenv("VELMORA_ABT_INDEX_LIMIT"))
-            max_elements_indices = std::atoi(env);
-        return true;
-    }
-};
-
 // The level built once, written, loaded and uploaded; what the frame benchmarks share.
 struct Level {
-    Gl gl;
+    abtbench::Window gl;
     std::string path;
     size_t triangles = 0;
     size_t file_bytes = 0;
     float size = 0;
     ResourceManager resources;
     ABTTree tree;
-    // Brute force: one buffer and one draw per material.
-    std::vector<uint32_t> material_buffers;
-    std::vector<int32_t> material_counts;
+    abtbench::BruteForce brute;
 
     static Level& Get() {
         static Level level;
@@ -198,7 +175,7 @@ struct Level {
         path = Scratch() + "/town.abt";
         b.Export(path);
         file_bytes = std::filesystem::file_size(path);
-        if (!gl.Open()) return;
+        if (!gl.Open("abt bench", kWidth, kHeight)) return;
         resources.RegisterType<TextureDDS>("dds");
         for (int m = 0; m < kMaterials; ++m)
             WriteSolidDds("mat" + std::to_string(m) + ".dds",
@@ -206,27 +183,7 @@ struct Level {
         tree.Load("town.abt");
         tree.BuildVertexBuffers();
         tree.LoadTextures(&resources);
-        // The same vertices, per material, for the brute-force draw.
-        std::vector<std::vector<float>> streams(kMaterials);
-        for (const ABTNode* n : tree.nodes)
-            for (const ABTChunk* c : n->chunks)
-                for (uint32_t k = 0; k < c->count; ++k) {
-                    const ABTVertex& v = tree.vertices[c->start + k];
-                    streams[c->material].insert(
-                        streams[c->material].end(),
-                        {v.v.x, v.v.y, v.v.z, v.t.x, v.t.y, v.c.x, v.c.y, v.c.z});
-                }
-        material_buffers.resize(kMaterials);
-        material_counts.resize(kMaterials);
-        for (int m = 0; m < kMaterials; ++m) {
-            glGenBuffersARB(1, &material_buffers[size_t(m)]);
-            glBindBufferARB(GL_ARRAY_BUFFER_ARB, material_buffers[size_t(m)]);
-            glBufferDataARB(GL_ARRAY_BUFFER_ARB,
-                            GLsizeiptrARB(streams[size_t(m)].size() * sizeof(float)),
-                            streams[size_t(m)].data(), GL_STATIC_DRAW_ARB);
-            material_counts[size_t(m)] = int32_t(streams[size_t(m)].size() / 8);
-        }
-        glBindBufferARB(GL_ARRAY_BUFFER_ARB, 0);
+        brute.Build(tree);
     }
 
     // Five eyes inside the town (z-up), from narrow views to one that sees almost all.
@@ -248,47 +205,8 @@ struct Level {
 
     int view_width = kWidth, view_height = kHeight;
 
-    void Begin(const Camera& cam) {
-        glViewport(0, 0, view_width, view_height);
-        glClearColor(0, 0, 0, 1);
-        glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
-        glEnable(GL_DEPTH_TEST);
-        glDisable(GL_LIGHTING);
-        cam.SetupView(float(kWidth) / kHeight, 1.0f, 5000.0f);
-    }
-
-    void DrawAll() {
-        glEnable(GL_TEXTURE_2D);
-        glEnableClientState(GL_VERTEX_ARRAY);
-        glEnableClientState(GL_TEXTURE_COORD_ARRAY);
-        glEnableClientState(GL_COLOR_ARRAY);
-        for (int m = 0; m < kMaterials; ++m) {
-            tree.textures[size_t(m)]->Bind();
-            glBindBufferARB(GL_ARRAY_BUFFER_ARB, material_buffers[size_t(m)]);
-            glVertexPointer(3, GL_FLOAT, 32, reinterpret_cast<void*>(0));
-            glTexCoordPointer(2, GL_FLOAT, 32, reinterpret_cast<void*>(12));
-            glColorPointer(3, GL_FLOAT, 32, reinterpret_cast<void*>(20));
-            glDrawArrays(GL_TRIANGLES, 0, material_counts[size_t(m)]);
-        }
-        glDisableClientState(GL_COLOR_ARRAY);
-        glDisableClientState(GL_TEXTURE_COORD_ARRAY);
-        glDisableClientState(GL_VERTEX_ARRAY);
-        glBindBufferARB(GL_ARRAY_BUFFER_ARB, 0);
-    }
-};
-
-// Counts the vertices the tree hands to GL, then forwards to the GL backend.
-struct Counting : ABTRenderBackend {
-    uint64_t vertices = 0;
-    ABTRenderBackend* gl = ABTGLBackend();
-    void Begin(ABTTree& t) override { gl->Begin(t); }
-    void BindBuffer(ABTTree& t, uint32_t b) override { gl->BindBuffer(t, b); }
-    void BindMaterial(ABTTree& t, uint32_t m) override { gl->BindMaterial(t, m); }
-    void MultiDraw(ABTTree& t, const int32_t* c, const uint16_t* const* p, uint32_t n) override {
-        for (uint32_t i = 0; i < n; ++i) vertices += uint64_t(c[i]);
-        gl->MultiDraw(t, c, p, n);
-    }
-    void End(ABTTree& t) override { gl->End(t); }
+    void Begin(const Camera& cam) { abtbench::BeginFrame(gl, cam, view_width, view_height); }
+    void DrawAll() { brute.Draw(tree); }
 };
 
 void BM_Build(benchmark::State& state) {
@@ -349,11 +267,6 @@ void BM_LoadBuffers(benchmark::State& state) {
 }
 BENCHMARK(BM_LoadBuffers)->Unit(benchmark::kMillisecond)->Iterations(2);
 
-double Median(std::vector<double> v) {
-    std::sort(v.begin(), v.end());
-    return v.empty() ? 0.0 : v[v.size() / 2];
-}
-
 // One camera: each iteration draws a frame with the tree and a frame with the brute-force
 // path, alternately, so that both see the same machine load; the counters are medians.
 void BM_Frame(benchmark::State& state) {
@@ -366,7 +279,7 @@ void BM_Frame(benchmark::State& state) {
     // Second argument 1: a 128x96 viewport, where drawing is bound by geometry, not fill.
     level.view_width = state.range(1) ? 128 : kWidth;
     level.view_height = state.range(1) ? 96 : kHeight;
-    Counting counting;
+    abtbench::Counting counting;
     level.tree.backend = &counting;
     std::vector<double> tree_ms, brute_ms;
     using Clock = std::chrono::steady_clock;
@@ -386,9 +299,10 @@ void BM_Frame(benchmark::State& state) {
     }
     level.tree.backend = nullptr;
     double frames = double(tree_ms.size());
-    state.counters["tree_ms"] = Median(tree_ms);
-    state.counters["brute_ms"] = Median(brute_ms);
-    state.counters["speedup"] = Median(brute_ms) / std::max(Median(tree_ms), 1e-9);
+    state.counters["tree_ms"] = abtbench::Median(tree_ms);
+    state.counters["brute_ms"] = abtbench::Median(brute_ms);
+    state.counters["speedup"] =
+        abtbench::Median(brute_ms) / std::max(abtbench::Median(tree_ms), 1e-9);
     state.counters["drawn_fraction"] =
         double(counting.vertices) / frames / double(level.tree.index_count);
     state.counters["draws"] = double(level.tree.draws);

@@ -18,8 +18,9 @@
 //   pause_ms=N;                       holds its first frame N ms (for a screenshot of what
 //                                     the screen shows before the first drawn pass)
 //   bench_frames=N;                   logs the time from process start to the first
-//                                     swapped frame, then the frame rate over N more
-//                                     frames, and ends the program
+//                                     swapped frame (and from the last LoadGameEvent a
+//                                     probe posted, if one did), then the frame rate over
+//                                     N more frames, and ends the program
 //   resume_key=1;                     key "r" posts a ResumeGameEvent that resumes the
 //                                     world, as the main menu will (the world starts paused)
 
@@ -49,6 +50,10 @@ inline uint32_t test_loop_pass = 0;
 // zero.
 inline const std::chrono::steady_clock::time_point test_process_start =
     std::chrono::steady_clock::now();
+// When a probe last posted a LoadGameEvent (key "l"): the zero of the level-load benchmark,
+// read by a probe of the scene that the event loads.
+inline std::chrono::steady_clock::time_point test_load_posted;
+inline bool test_load_was_posted = false;
 
 class TestProbe : public Entity, public EventListener {
     VELMORA_ENTITY_TYPE("TestProbe")
@@ -114,6 +119,10 @@ public:
             const double ms =
                 std::chrono::duration<double, std::milli>(now - test_process_start).count();
             Log("first frame swapped after %.1f ms", ms);
+            if (test_load_was_posted) {
+                Log("first frame swapped %.1f ms after the LoadGameEvent",
+                    std::chrono::duration<double, std::milli>(now - test_load_posted).count());
+            }
             bench_start = now;
         }
         if (swapped == bench_frames) {
@@ -183,6 +192,8 @@ public:
             }
             if (key == 'l' || key == 'k') {
                 Log("posts LoadGameEvent '%s'", load_path.c_str());
+                test_load_posted = std::chrono::steady_clock::now();
+                test_load_was_posted = true;
                 Post(new LoadGameEvent(load_path));
             }
         }
