@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Regenerates all of Velmora's flat data (textures, fonts, sounds, the intro video, the level's
-# meshes and document) into a folder: tools/make_assets.sh <out-dir> [contact-sheet.png]
+# meshes and document, the two characters and their animations) into a folder:
+# tools/make_assets.sh <out-dir> [contact-sheet.png]
 # The same inputs give the same bytes: fixed seeds, no time stamps, no metadata, ffmpeg in
 # bit-exact mode on one thread. tools/make_assets.sh data docs/contact_sheet.png refreshes
 # the committed copies.
@@ -33,6 +34,9 @@ trap 'rm -rf "$tmp"' EXIT
 # view over exactly the level's area, compressed by the generator).
 python3 "$root/tools/levelgen/levelgen.py" "$out" "$tmp/minimap.ppm"
 "$ASSETGEN" dds "$tmp/minimap.ppm" "$out/resources/textures/level1/minimap.dds"
+
+# The two characters, hero and patrol: skinned meshes and their animations.
+python3 "$root/tools/chargen/chargen.py" "$out"
 
 # The ambient rain loop: synthesised, then encoded as Ogg Vorbis.
 "$ASSETGEN" rain "$tmp/rain.wav"
