@@ -268,6 +268,34 @@ TEST(ViewerGfx, AdvancedPathDrawsTheFigureInTheSamePlace) {
     EXPECT_GT(Differing(simple, advanced, 0, 0, 200, 200), 1000);
 }
 
+// The advanced path lights in the level's space: turning the figure, the camera and the
+// light together by a quarter about z gives the same picture; turning the figure and the
+// camera alone does not.
+TEST(ViewerGfx, AdvancedLightStaysInTheLevelWhenTheFigureTurns) {
+    WriteFigure();
+    const std::string figure =
+        " --mesh models/figure.aam --texture resources/textures/chek.dds --scale 1"
+        " --target 0,0,57 --size 200x200 --advanced --normal resources/textures/orsin_n.tga";
+    const Picture a =
+        Shot("figure_turn0", figure + " --turn 0 --eye 0,-300,57 --light -100,-200,150");
+    const Picture b =
+        Shot("figure_turn90", figure + " --turn 90 --eye 300,0,57 --light 200,-100,150");
+    const Picture c =
+        Shot("figure_turn90_fixed", figure + " --turn 90 --eye 300,0,57 --light -100,-200,150");
+    auto far_apart = [](const Picture& p, const Picture& q) {
+        int n = 0;
+        for (size_t i = 0; i + 2 < p.rgb.size() && i + 2 < q.rgb.size(); i += 3)
+            if (std::abs(p.rgb[i] - q.rgb[i]) > 3 || std::abs(p.rgb[i + 1] - q.rgb[i + 1]) > 3 ||
+                std::abs(p.rgb[i + 2] - q.rgb[i + 2]) > 3)
+                ++n;
+        return n;
+    };
+    const int figure_pixels = FigureBox(a).count;
+    ASSERT_GT(figure_pixels, 2500);
+    EXPECT_LT(far_apart(a, b), figure_pixels / 100);
+    EXPECT_GT(far_apart(a, c), figure_pixels / 4);
+}
+
 // The level's fog: none before 100 units, closed at 1800, over the eye distance in the
 // level's units (the scale of 3 here must not bring the figure nearer in the fog).
 TEST(ViewerGfx, FigureFogsLikeTheLevel) {

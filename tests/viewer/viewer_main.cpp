@@ -8,6 +8,7 @@
 //                  [--upper animations/orsin_attack.cfo --upper-root Mugurkauls_krutis
 //                   --upper-frame 20]
 //                  [--scale 1.22] [--turn 0] [--eye 0,-260,110] [--target 0,0,70]
+//                  [--light 100,100,150]
 //                  [--size 320x240] [--mount /extra/folder] --out shot.ppm
 //
 // Paths are on the search path: data/ of the source tree, then each --mount folder.
@@ -50,6 +51,7 @@ struct Options {
     float scale = 1.22f, turn = 0.0f;
     float eye[3] = {0.0f, -260.0f, 110.0f};
     float target[3] = {0.0f, 0.0f, 70.0f};
+    float light[3] = {100.0f, 100.0f, 150.0f};  // the hero's light
     int width = 320, height = 240;
 };
 
@@ -100,6 +102,8 @@ bool ParseOptions(int argc, char** argv, Options& o) {
             ok = ParseVector(value, o.eye);
         else if (key == "--target")
             ok = ParseVector(value, o.target);
+        else if (key == "--light")
+            ok = ParseVector(value, o.light);
         else if (key == "--size")
             ok = std::sscanf(value.c_str(), "%dx%d", &o.width, &o.height) == 2 && o.width > 0 &&
                  o.height > 0 && o.width <= 4096 && o.height <= 4096;
@@ -168,7 +172,6 @@ bool WritePpm(const std::string& path, int width, int height) {
     return ok;
 }
 
-const float kLightPos[3] = {100.0f, 100.0f, 150.0f};
 const float kLightColor[3] = {1.0f, 1.0f, 0.6f};
 
 void DrawSimple(ShaderProgram* shader, uint32_t texture, const MeshAAM& mesh) {
@@ -213,7 +216,7 @@ void DrawAdvanced(const Options& o, ShaderProgram* vertex, ShaderProgram* fragme
     vertex->SetStateMatrix("ModelViewProj", SHADER_MODELVIEW_PROJECTION_MATRIX,
                            SHADER_MATRIX_IDENTITY);
     vertex->SetStateMatrix("ModelView", SHADER_MODELVIEW_MATRIX, SHADER_MATRIX_INVERSE);
-    vertex->SetParameter3fv("LigthPos", kLightPos);
+    vertex->SetParameter3fv("LigthPos", o.light);
     vertex->SetParameter3fv("LigthColor", kLightColor);
     vertex->SetParameter3fv("CameraPos", o.eye);
     SetBoneParameters(vertex, mesh);
@@ -221,7 +224,7 @@ void DrawAdvanced(const Options& o, ShaderProgram* vertex, ShaderProgram* fragme
     ShaderProgram::EnableProfile(cg_fragment_profile);
     fragment->Bind();
     fragment->SetStateMatrix("ModelView", SHADER_MODELVIEW_MATRIX, SHADER_MATRIX_INVERSE);
-    fragment->SetParameter3fv("LigthPos", kLightPos);
+    fragment->SetParameter3fv("LigthPos", o.light);
     fragment->SetParameter3fv("LigthColor", kLightColor);
     fragment->SetTexture("diffuse_map", diffuse);
     fragment->SetTexture("normal_map", normal);
