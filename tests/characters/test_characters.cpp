@@ -15,6 +15,7 @@
 #include <set>
 #include <sstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "cfo/file.h"
@@ -265,6 +266,90 @@ TEST_P(Character, EveryFaceMapsInsideOneAtlasRegion) {
         if (!inside_one) ++outside;
     }
     EXPECT_EQ(outside, 0u);
+}
+
+TEST_P(Character, BodyPartsUseTheirOwnRegions) {
+    // Triangles wholly on one bone of a part map into that part's regions of the atlas
+    // (pixels, from the layouts): hands on skin, feet on boots, forearms on sleeves, thighs
+    // on trousers, the head on face and hair (the patrol's on face, skin and cap).
+    const Rect hands{256, 480, 256, 32}, boots{0, 480, 256, 32}, sleeves{256, 0, 256, 128},
+        trousers{0, 352, 512, 128}, head{0, 0, 256, 128};
+    struct Part {
+        const char* bone;
+        std::vector<Rect> allowed;
+    };
+    const std::vector<Part> parts = {
+        {"Plauksta_kr", {hands}},      {"Plauksta_lab", {hands}},
+        {"Peda_kr", {boots}},          {"Peda_lab", {boots}},
+        {"Apaksdelms_kr", {sleeves}},  {"Apaksdelms_lab", {sleeves}},
+        {"Augsstilbs_kr", {trousers}}, {"Augsstilbs_lab", {trousers}},
+        {"Galva", {head, hands}},
+    };
+    for (const Part& part : parts) {
+        const int bone = Bone(part.bone);
+        ASSERT_GE(bone, 0) << part.bone;
+        size_t checked = 0, wrong = 0;
+        for (size_t t = 0; t + 2 < mesh.vertex_count; t += 3) {
+            bool rigid = true;
+            for (size_t k = 0; k < 3; ++k)
+                rigid = rigid && int(mesh.bone_ids[t + k].x) == bone &&
+                        mesh.bone_weights[t + k].x > 0.9999f;
+            if (!rigid) continue;
+            ++checked;
+            bool in = false;
+            for (const Rect& r : part.allowed) {
+                bool all = true;
+                for (size_t k = 0; k < 3; ++k) {
+                    const float px = mesh.texcoords[t + k].x * 512.0f;
+                    const float py = mesh.texcoords[t + k].y * 512.0f;
+                    all = all && px >= r.x && px <= r.x + r.w && py >= r.y && py <= r.y + r.h;
+                }
+                in = in || all;
+            }
+            if (!in) ++wrong;
+        }
+        EXPECT_GT(checked, 10u) << part.bone;
+        EXPECT_EQ(wrong, 0u) << part.bone;
+    }
+}
+
+TEST_P(Character, TheFaceLooksForward) {
+    // Head triangles on the face region lie on the front half (-y), and the atlas's row of
+    // the eyes (42% down the face region) falls at eye height: between 90% and 97% of the
+    // figure's height. Along the face, v runs linearly with height.
+    const int head = Bone("Galva");
+    const float head_y = mesh.bones[size_t(head)].bind_absolute.position.y;
+    float top = 0.0f;
+    for (const HVector3& p : mesh.positions) top = std::max(top, p.z);
+    std::vector<std::pair<float, float>> rows;  // (v in pixels, z) of face corners
+    for (size_t t = 0; t + 2 < mesh.vertex_count; t += 3) {
+        bool on_face = true;
+        for (size_t k = 0; k < 3; ++k) {
+            on_face = on_face && int(mesh.bone_ids[t + k].x) == head &&
+                      mesh.texcoords[t + k].x * 512.0f <= 128.0f &&
+                      mesh.texcoords[t + k].y * 512.0f <= 128.0f;
+        }
+        if (!on_face) continue;
+        for (size_t k = 0; k < 3; ++k) {
+            EXPECT_LE(mesh.positions[t + k].y, head_y + 1.0f);
+            rows.push_back({mesh.texcoords[t + k].y * 512.0f, mesh.positions[t + k].z});
+        }
+    }
+    ASSERT_GT(rows.size(), 120u);
+    const float eye_row = 128.0f * 0.42f;
+    std::pair<float, float> above{-1e9f, 0.0f}, below{1e9f, 0.0f};
+    for (const auto& r : rows) {
+        if (r.first <= eye_row && r.first > above.first) above = r;
+        if (r.first >= eye_row && r.first < below.first) below = r;
+    }
+    ASSERT_GT(above.first, 0.0f);
+    ASSERT_LT(below.first, 128.0f);
+    ASSERT_GT(below.first, above.first);
+    const float f = (eye_row - above.first) / (below.first - above.first);
+    const float eye_z = above.second + (below.second - above.second) * f;
+    EXPECT_GT(above.second, below.second);  // down the picture is down the face
+    EXPECT_GT(eye_z, 0.90f * top);
+    EXPECT_LT(eye_z, 0.97f * top);
 }
 
 TEST_P(Character, StandsAbout80UnitsTallAsDrawn) {
