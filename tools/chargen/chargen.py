@@ -60,6 +60,10 @@ POLIC = {
     'hands': (256, 480, 256, 32),
 }
 
+# How the coat's right front strip spreads over its four sectors, from the side to the
+# opening: most of the picture, with the buttons, goes to the sector beside the opening.
+STRIP = (0.0, 0.1, 0.2, 0.3, 1.0)
+
 # Drawing scales of the game and the speeds it moves the figures at (world units a second).
 HERO_SCALE = 1.22
 PATROL_SCALE = 0.8
@@ -440,7 +444,7 @@ def build_figure(kind):
                     return ('belt', 0.4 + 0.1 * (j - mid0), 0.5 + 0.1 * (j - mid0), 0.0, 1.0)
                 return ('jumper', (j - mid0) / 2, (j - mid0 + 1) / 2, cv(z0), cv(z1))
             if j < mid0:
-                return ('coat_front_r', j / mid0, (j + 1) / mid0, cv(z0), cv(z1))
+                return ('coat_front_r', STRIP[j], STRIP[j + 1], cv(z0), cv(z1))
             return ('coat_front_l', (j - mid1) / (half - mid1), (j - mid1 + 1) / (half - mid1),
                     cv(z0), cv(z1))
     else:
@@ -487,7 +491,7 @@ def build_figure(kind):
             if 4 <= j < 6:
                 return None
             if j < 4:
-                return ('coat_front_r', j / 4, (j + 1) / 4, cv(z0), cv(z1))
+                return ('coat_front_r', STRIP[j], STRIP[j + 1], cv(z0), cv(z1))
             return ('coat_front_l', (j - 6) / 4, (j - 5) / 4, cv(z0), cv(z1))
         loft(mesh, srings, m, skirt_sector)
         loft(mesh, srings, m, skirt_sector, inside=True)

@@ -4,7 +4,8 @@
     python3 tools/chargen/preview.py <out.png> [sheet|walk|run|attack|idle|top]
 
 "sheet" (the default) is the contact picture of docs/characters.png: both figures in the bind
-pose, from the front and from their right side, on a grid of 10 model units. The others show
+pose, textured from the committed atlases, from the front and from their right side, as tall
+as the game draws them, on a grid of 10 drawn units. The others show
 frames of an animation, posed by the same forward kinematics as the engine's, from the side
 (the attack from the front). Triangles are filled flat in the mean colour of the atlas region
 their UVs fall in, lit from the upper left front.
@@ -34,6 +35,31 @@ def layout_colours(name):
     return rects
 
 
+def load_dxt1(path):
+    """The top picture of a DXT1 DDS file as (width, height, rows of RGB tuples)."""
+    with open(path, 'rb') as f:
+        data = f.read()
+    height, width = struct.unpack_from('<II', data, 12)
+    pixels = [[(0, 0, 0)] * width for _ in range(height)]
+
+    def rgb(c):
+        return ((c >> 11 & 31) * 255 // 31, (c >> 5 & 63) * 255 // 63, (c & 31) * 255 // 31)
+    pos = 128
+    for by in range(0, height, 4):
+        for bx in range(0, width, 4):
+            c0, c1, bits = struct.unpack_from('<HHI', data, pos)
+            pos += 8
+            a, b = rgb(c0), rgb(c1)
+            if c0 > c1:
+                pal = [a, b, tuple((2 * a[i] + b[i]) // 3 for i in range(3)),
+                       tuple((a[i] + 2 * b[i]) // 3 for i in range(3))]
+            else:
+                pal = [a, b, tuple((a[i] + b[i]) // 2 for i in range(3)), (0, 0, 0)]
+            for k in range(16):
+                pixels[by + k // 4][bx + k % 4] = pal[(bits >> (2 * k)) & 3]
+    return width, height, pixels
+
+
 def region_colour(rects, u, v):
     px, py = u * 512.0, v * 512.0
     found = (255, 0, 255)
@@ -53,8 +79,9 @@ class Canvas:
         if 0 <= x < self.w and 0 <= y < self.h:
             self.px[y * self.w + x] = list(col)
 
-    def triangle(self, pts, col):
-        """pts: three (x, y, depth) in pixels; larger depth is nearer."""
+    def triangle(self, pts, col, uvs=None, texture=None):
+        """pts: three (x, y, depth) in pixels; larger depth is nearer. With a texture, col
+        is a brightness and each pixel takes the texel at its interpolated UV."""
         xs = [p[0] for p in pts]
         ys = [p[1] for p in pts]
         x0, x1 = max(0, int(min(xs))), min(self.w - 1, int(max(xs)) + 1)
@@ -75,7 +102,14 @@ class Canvas:
                 i = y * self.w + x
                 if z > self.depth[i]:
                     self.depth[i] = z
-                    self.px[i] = list(col)
+                    if texture is None:
+                        self.px[i] = list(col)
+                    else:
+                        tw, th, texels = texture
+                        u = w0 * uvs[0][0] + w1 * uvs[1][0] + w2 * uvs[2][0]
+                        v = w0 * uvs[0][1] + w1 * uvs[1][1] + w2 * uvs[2][1]
+                        t = texels[min(th - 1, int(v * th))][min(tw - 1, int(u * tw))]
+                        self.px[i] = [min(255, int(c * col)) for c in t]
 
     def line(self, x0, y0, x1, y1, col):
         n = int(max(abs(x1 - x0), abs(y1 - y0))) + 1
@@ -105,11 +139,12 @@ VIEWS = {
     'front': ((1, 0, 0), (0, 0, 1), (0, -1, 0)),
     'side': ((0, -1, 0), (0, 0, 1), (-1, 0, 0)),  # from the figure's right
     'top': ((1, 0, 0), (0, -1, 0), (0, 0, 1)),
+    'back': ((-1, 0, 0), (0, 0, 1), (0, 1, 0)),
 }
 LIGHT = chargen.norm((-0.4, -0.7, 0.6))
 
 
-def draw(canvas, mesh, positions, rects, view, ox, oy, scale):
+def draw(canvas, mesh, positions, rects, view, ox, oy, scale, texture=None):
     right, up, eye = VIEWS[view]
     for vi, ti in mesh.faces:
         a, b, c = (positions[i] for i in vi)
@@ -119,11 +154,15 @@ def draw(canvas, mesh, positions, rects, view, ox, oy, scale):
             continue
         u = sum(float(mesh.uvs[t][0]) for t in ti) / 3.0
         v = sum(float(mesh.uvs[t][1]) for t in ti) / 3.0
-        col = region_colour(rects, u, v)
         shade = 0.45 + 0.55 * max(0.0, chargen.dot(n, LIGHT))
-        col = tuple(min(255, int(k * shade)) for k in col)
         pts = [(ox + chargen.dot(p, right) * scale, oy - chargen.dot(p, up) * scale,
                 chargen.dot(p, eye)) for p in (a, b, c)]
+        if texture is not None:
+            uvs = [(float(mesh.uvs[t][0]), float(mesh.uvs[t][1])) for t in ti]
+            canvas.triangle(pts, shade, uvs, texture)
+            continue
+        col = region_colour(rects, u, v)
+        col = tuple(min(255, int(k * shade)) for k in col)
         canvas.triangle(pts, col)
 
 
@@ -157,18 +196,22 @@ def main():
     out = sys.argv[1]
     what = sys.argv[2] if len(sys.argv) > 2 else 'sheet'
     figures = chargen.build_all()
-    if what == 'sheet':
-        canvas = Canvas(640, 300)
-        x = 80
+    if what in ('sheet', 'back'):
+        # Textured from the committed atlases; "back" shows the figures from behind.
+        views = ('front', 'side') if what == 'sheet' else ('back', 'side')
+        canvas = Canvas(880, 400)
+        x = 110
         for kind in ('orsin', 'polic'):
             fig, joints, mesh, _, _, _ = figures[kind]
             drawn = chargen.HERO_SCALE if kind == 'orsin' else chargen.PATROL_SCALE
-            scale = 3.2 * drawn  # pixels per model unit: both as tall as the game draws them
+            scale = 4.4 * drawn  # pixels per model unit: both as tall as the game draws them
             rects = layout_colours(kind)
-            for view in ('front', 'side'):
-                grid(canvas, x, 280, 3.2, 140, 260)
-                draw(canvas, mesh, mesh.verts, rects, view, x, 280, scale)
-                x += 160
+            atlas = 'orsin_d.dds' if kind == 'orsin' else 'polic.dds'
+            texture = load_dxt1(os.path.join(ROOT, 'data', 'resources', 'textures', atlas))
+            for view in views:
+                grid(canvas, x, 380, 4.4, 200, 370)
+                draw(canvas, mesh, mesh.verts, rects, view, x, 380, scale, texture)
+                x += 220
         canvas.png(out)
         return 0
     kind = os.environ.get('FIGURE', 'orsin')
