@@ -854,7 +854,7 @@ def figure_gaits(kind, fig):
     walk_stride = WALK_SPEED / scale * walk_frames / rates['walk']
     run_stride = RUN_SPEED / scale * run_frames / rates['run']
     walk = Gait(walk_frames, walk_stride, 0.56, 0.995, 0.05 * h, 18.0, 14.0, 3.0, 4.0)
-    run = Gait(run_frames, run_stride, 0.34, 0.98, 0.11 * h, 32.0, 75.0, 10.0, 8.0)
+    run = Gait(run_frames, run_stride, 0.33, 0.995, 0.10 * h, 32.0, 75.0, 10.0, 8.0)
     return walk, run
 
 
