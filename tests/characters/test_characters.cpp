@@ -12,6 +12,7 @@
 #include <fstream>
 #include <iterator>
 #include <limits>
+#include <ostream>
 #include <set>
 #include <sstream>
 #include <string>
@@ -32,6 +33,9 @@ struct Figure {
     float run_fps;
     float attack_fps;
 };
+
+// Test names and failures show the figure by its name.
+void PrintTo(const Figure& f, std::ostream* os) { *os << f.name; }
 
 // The hero: Player draws at 1.22, walks at 70 and runs at 100 frames a second, strikes at
 // 80. The patrol: CharacterEntity draws at 0.8, walks and runs at 80, strikes at 100.
@@ -160,6 +164,8 @@ TEST_P(Character, SkeletonHasARootAtBoneZeroAndAtMost30Bones) {
         EXPECT_LT(mesh.bones[i].parent_id, int32_t(i)) << mesh.bones[i].name;
     }
     // The root stands at the hips, between the two hip joints.
+    ASSERT_GE(Bone("Augsstilbs_kr"), 0);
+    ASSERT_GE(Bone("Augsstilbs_lab"), 0);
     const HVector3 root = mesh.bones[0].bind_absolute.position;
     const HVector3 left = mesh.bones[size_t(Bone("Augsstilbs_kr"))].bind_absolute.position;
     const HVector3 right = mesh.bones[size_t(Bone("Augsstilbs_lab"))].bind_absolute.position;
@@ -230,6 +236,8 @@ TEST_P(Character, JointsBlendTheirTwoBones) {
                                     {"Mugurkauls_krutis", "Kakls"}};
     for (const auto& pair : pairs) {
         const int a = Bone(pair[0]), b = Bone(pair[1]);
+        ASSERT_GE(a, 0) << pair[0];
+        ASSERT_GE(b, 0) << pair[1];
         bool found = false;
         for (size_t i = 0; i < mesh.vertex_count && !found; ++i) {
             const float ids[4] = {mesh.bone_ids[i].x, mesh.bone_ids[i].y, mesh.bone_ids[i].z,
@@ -318,6 +326,7 @@ TEST_P(Character, TheFaceLooksForward) {
     // the eyes (42% down the face region) falls at eye height: between 90% and 97% of the
     // figure's height. Along the face, v runs linearly with height.
     const int head = Bone("Galva");
+    ASSERT_GE(head, 0);
     const float head_y = mesh.bones[size_t(head)].bind_absolute.position.y;
     float top = 0.0f;
     for (const HVector3& p : mesh.positions) top = std::max(top, p.z);
@@ -370,6 +379,7 @@ TEST_P(Character, FeetStandOnTheGround) {
         EXPECT_NEAR(low, 0.0f, 1e-4f) << foot;
     }
     // The toes point to -y, the way the figure faces.
+    ASSERT_GE(Bone("Peda_kr"), 0);
     const std::vector<size_t> on = RigidTo(Bone("Peda_kr"));
     float front = 0.0f;
     for (size_t i : on) front = std::min(front, mesh.positions[i].y);
@@ -430,6 +440,7 @@ protected:
         ASSERT_GT(length, 0.0f);
         const float cycle = length / fps;
         for (const char* foot : {"Peda_kr", "Peda_lab"}) {
+            ASSERT_FALSE(RigidTo(Bone(foot)).empty()) << foot;
             const std::vector<Sample> s = Track(anim, fps, 2.0f * cycle, LowestOf(foot));
             float travelled = 0.0f, time = 0.0f;
             int steps = 0;
@@ -502,6 +513,7 @@ TEST_P(CharacterAnimation, StrikeOnTheUpperBodyChannelMovesTheRightHandNotTheLeg
     Animation idle, attack;
     LoadAnim(idle, "idle");
     LoadAnim(attack, "attack");
+    ASSERT_GE(Bone("Mugurkauls_krutis"), 0);
     // The attack's keys are all in the upper body.
     const std::set<int> upper = Subtree(Bone("Mugurkauls_krutis"));
     for (const BoneTrack& track : attack.tracks)
@@ -515,7 +527,10 @@ TEST_P(CharacterAnimation, StrikeOnTheUpperBodyChannelMovesTheRightHandNotTheLeg
     animator.Play(&attack, 0.0f, GetParam().attack_fps, 1);
 
     std::set<int> legs;
-    for (const std::string& name : Names(kLegs, std::size(kLegs))) legs.insert(Bone(name));
+    for (const std::string& name : Names(kLegs, std::size(kLegs))) {
+        ASSERT_GE(Bone(name), 0) << name;
+        legs.insert(Bone(name));
+    }
     const std::vector<size_t> leg_vertices = OnlyOn(legs);
     ASSERT_GT(leg_vertices.size(), 100u);
     const std::vector<size_t> hand = RigidTo(Bone("Plauksta_lab"));
