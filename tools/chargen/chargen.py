@@ -694,11 +694,12 @@ def leg_ik(hip, target, l1, l2):
 class Gait:
     """A looping walk or run: `frames` keys a cycle, `stride` model units a cycle (two
     steps), `stance` the fraction of the cycle a foot is on the ground, `reach` how far the
-    stance leg may stretch (of its full length), `lift` the ankle's rise in the swing."""
+    stance leg may stretch (of its full length), `lift` the ankle's rise in the swing and
+    `toe` how far the foot hangs toe down in the middle of it (degrees)."""
 
-    def __init__(self, frames, stride, stance, reach, lift, arm, elbow, lean, twist):
+    def __init__(self, frames, stride, stance, reach, lift, toe, arm, elbow, lean, twist):
         self.frames, self.stride, self.stance = frames, stride, stance
-        self.reach, self.lift = reach, lift
+        self.reach, self.lift, self.toe = reach, lift, toe
         self.arm, self.elbow, self.lean, self.twist = arm, elbow, lean, twist
 
 
@@ -757,9 +758,14 @@ def gait_poses(fig, joints, g):
             th = B['Augsstilbs_' + suffix]
             hip = add(pelvis, sub(joints[th], joints[B['Gurni']]))
             a_th, a_sn = leg_ik(hip, (hip[0], y, z), l1, l2)
+            # Level on the ground; in the swing the foot hangs toe down, as much as the ankle
+            # is lifted, so the toe stays clear of the ground.
+            hang = 0.0
+            if q >= g.stance:
+                hang = g.toe * math.sin(math.pi * (q - g.stance) / (1.0 - g.stance))
             local[th] = rx(a_th)
             local[th + 1] = rx(a_sn - a_th)
-            local[th + 2] = rx(-a_sn)
+            local[th + 2] = rx(hang - a_sn)
         # The arms swing against the legs; the chest turns with the forward arm.
         c = math.cos(2 * math.pi * p)
         local[B['Augsdelms_kr']] = rx(g.arm * c)
@@ -853,8 +859,8 @@ def figure_gaits(kind, fig):
     run_frames = 72 if hero else 58
     walk_stride = WALK_SPEED / scale * walk_frames / rates['walk']
     run_stride = RUN_SPEED / scale * run_frames / rates['run']
-    walk = Gait(walk_frames, walk_stride, 0.56, 0.995, 0.05 * h, 18.0, 14.0, 3.0, 4.0)
-    run = Gait(run_frames, run_stride, 0.33, 0.995, 0.10 * h, 32.0, 75.0, 10.0, 8.0)
+    walk = Gait(walk_frames, walk_stride, 0.56, 0.995, 0.05 * h, 15.0, 18.0, 14.0, 3.0, 4.0)
+    run = Gait(run_frames, run_stride, 0.33, 0.995, 0.10 * h, 25.0, 32.0, 75.0, 10.0, 8.0)
     return walk, run
 
 
