@@ -87,27 +87,20 @@ void Animator::SetupChannel(int channel, float weight, float fade, int root_bone
 }
 
 void Animator::Play(Animation* animation, float fade, float speed, int channel) {
-    if (!animation || !Valid(channel)) return;
-    AnimationChannel& ch = channels[channel];
-    if (ch.animation != animation && ch.state != STATE_FADING) {
-        ch.previous = ch.animation;
-        ch.previous_frame = ch.frame;
-    }
-    ch.animation = animation;
-    ch.speed = speed;
-    ch.fade = fade;
-    ch.active = true;
-    ch.loop = true;
-    if (fade > 0.0f)
-        BeginFade(channel);
-    else
-        StartNow(channel);
+    Start(animation, fade, speed, channel, true);
 }
 
 void Animator::PlayOnce(Animation* animation, float fade, float speed, int channel) {
+    Start(animation, fade, speed, channel, false);
+}
+
+void Animator::Start(Animation* animation, float fade, float speed, int channel, bool loop) {
     if (!animation || !Valid(channel)) return;
     AnimationChannel& ch = channels[channel];
-    if (ch.animation != animation) {
+    // The looping start keeps the animation it fades from while a fade runs; the single
+    // play takes the one it leaves whenever it changes.
+    const bool keep_previous = loop && ch.state == STATE_FADING;
+    if (ch.animation != animation && !keep_previous) {
         ch.previous = ch.animation;
         ch.previous_frame = ch.frame;
     }
@@ -115,7 +108,7 @@ void Animator::PlayOnce(Animation* animation, float fade, float speed, int chann
     ch.speed = speed;
     ch.fade = fade;
     ch.active = true;
-    ch.loop = false;
+    ch.loop = loop;
     if (fade > 0.0f)
         BeginFade(channel);
     else

@@ -87,5 +87,7 @@ public:
                    float previous_frame, Animation* animation, float frame, float t);
 
 private:
+    // Play and PlayOnce: the same start, looping or not.
+    void Start(Animation* animation, float fade, float speed, int channel, bool loop);
     static bool Valid(int channel) { return channel >= 0 && channel < kChannels; }
 };
