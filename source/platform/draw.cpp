@@ -59,3 +59,14 @@ void DrawLoadingScreen(const std::string& text, bool clear) {
     }
     SwapWindowBuffers();
 }
+
+void EnableProgramFog(float r, float g, float b, float a) {
+    const GLfloat colour[4] = {r, g, b, a};
+    glEnable(GL_FOG);
+    glFogi(GL_FOG_MODE, GL_LINEAR);
+    glFogfv(GL_FOG_COLOR, colour);
+    glFogf(GL_FOG_START, 0.0f);
+    glFogf(GL_FOG_END, 1.0f);
+    glHint(GL_FOG_HINT, GL_NICEST);
+    glFogi(GL_FOG_COORDINATE_SOURCE, GL_FOG_COORDINATE);
+}

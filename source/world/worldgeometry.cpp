@@ -12,6 +12,7 @@
 #include "cfo/cforeaders.h"
 #include "physics/collisionmanager.h"
 #include "platform/glcaps.h"
+#include "platform/draw.h"
 #include "platform/settings.h"
 #include "resources/resourcemanager.h"
 #include "scene/camera.h"
@@ -144,14 +145,7 @@ void WorldGeometry::RenderSimple(RenderQueue* queue) {
 
     // Linear fog over the program's fog coordinate, which runs from 0 at the eye to 1
     // where the view closes.
-    const GLfloat fog_color[4] = {0.55f, 0.5f, 0.4f, 1.0f};
-    glEnable(GL_FOG);
-    glFogi(GL_FOG_MODE, GL_LINEAR);
-    glFogfv(GL_FOG_COLOR, fog_color);
-    glFogf(GL_FOG_START, 0.0f);
-    glFogf(GL_FOG_END, 1.0f);
-    glHint(GL_FOG_HINT, GL_NICEST);
-    glFogi(GL_FOG_COORDINATE_SOURCE, GL_FOG_COORDINATE);
+    EnableProgramFog(0.55f, 0.5f, 0.4f, 1.0f);
 
     glEnable(GL_DEPTH_TEST);
 

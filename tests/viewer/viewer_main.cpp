@@ -30,6 +30,7 @@
 
 #include "cfo/file.h"
 #include "gl/glprocs.h"
+#include "platform/draw.h"
 #include "platform/settings.h"
 #include "platform/window.h"
 #include "resources/resourcemanager.h"
@@ -175,17 +176,10 @@ bool WritePpm(const std::string& path, int width, int height) {
 const float kLightColor[3] = {1.0f, 1.0f, 0.6f};
 
 void DrawSimple(ShaderProgram* shader, uint32_t texture, const MeshAAM& mesh) {
+    glEnable(GL_CULL_FACE);
     // The level's fog: the program writes the coordinate, 0 at the eye to 1 where the
     // view closes.
-    const GLfloat fog_color[4] = {0.5f, 0.5f, 0.55f, 1.0f};
-    glEnable(GL_CULL_FACE);
-    glEnable(GL_FOG);
-    glFogi(GL_FOG_MODE, GL_LINEAR);
-    glFogfv(GL_FOG_COLOR, fog_color);
-    glFogf(GL_FOG_START, 0.0f);
-    glFogf(GL_FOG_END, 1.0f);
-    glHint(GL_FOG_HINT, GL_NICEST);
-    glFogi(GL_FOG_COORDINATE_SOURCE, GL_FOG_COORDINATE);
+    EnableProgramFog(0.5f, 0.5f, 0.55f, 1.0f);
     glEnable(GL_DEPTH_TEST);
     glEnable(GL_TEXTURE_2D);
     BindFiltered(texture);
