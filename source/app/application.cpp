@@ -11,6 +11,7 @@
 #include "platform/window.h"
 #include "resources/font.h"
 #include "resources/shaderprogram.h"
+#include "resources/sound.h"
 #include "resources/texturetga.h"
 #include "scene/scene.h"
 #include "scene/scenemanager.h"
@@ -68,7 +69,8 @@ void RegisterResourceLoaders(SceneManager* scene_manager) {
     scene_manager->RegisterResource("aam", MeshAAM());
     scene_manager->RegisterResource("glf", Font());
     scene_manager->RegisterResource("cg", ShaderProgram());
-    // --- sound: "wav" and "ogg" (Sound) register here, in this order.
+    scene_manager->RegisterResource("wav", Sound());
+    scene_manager->RegisterResource("ogg", Sound());
 }
 
 // The tree from the configuration's own node, bound, and the world paused until the
@@ -108,7 +110,7 @@ bool Application::Start(int argc, char** argv, RegisterClassesFn register_more) 
     default_texture.Load("system/white.dds");
     LoadGlobalFont("system/tahoma2.glf");
     InitCg("arbvp1", "arbfp1");
-    // --- sound: the sound system starts here.
+    InitSound();
 
     DrawLoadingScreen("Loading...", true);
 

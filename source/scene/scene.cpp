@@ -42,8 +42,10 @@ void Scene::Load(CfoNode* node, ResourceManager* resources) {
             resources->Load(sky_texture, texture_name);
         std::string mesh_name;
         if (CfoReadString(node, "sky_mesh", mesh_name)) resources->Load(sky_mesh, mesh_name);
+        // The ambient sound; Bind turns it to looping before it first plays.
+        std::string sound_name;
+        if (CfoReadString(node, "ambient_sound", sound_name)) resources->Load(ambient, sound_name);
     }
-    // The ambient sound ("ambient_sound", prepared to loop) is loaded here.
     CfoReadVector2(node, "max_size", max_size);
     // The rain member is loaded here from this same node, when r_particle_rain is set.
     Entity::Load(node, resources);
@@ -68,7 +70,9 @@ void Scene::Bind(EventManager* events, SceneManager*, CollisionManager* physics)
     events->AddHandler(this, &Scene::OnInput);
     events->AddHandler(this, &Scene::OnResumeGame);
     events->AddHandler(this, &Scene::OnCameraMode);
-    // The ambient sound starts here, looping.
+    // The ambient sound loops; an empty handle's null sound has no sample and stays quiet.
+    ambient->SetLoop(true);
+    ambient->Play();
 }
 
 bool Scene::OnFrame(FrameEvent* event) {

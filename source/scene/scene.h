@@ -1,8 +1,8 @@
 #pragma once
 // Scene: the entity named "game_scene", the root of a level. A scene document's top node is
 // a Scene; the world geometry, the player, the enemies and the objects are its children.
-// It owns the sky, the world's extent, the camera and, with later work, the ambient sound,
-// the rain and the camera path. Its Render pass sets up the 3D view (projection, look-at,
+// It owns the sky, the world's extent, the camera, the ambient sound, the camera path and,
+// with later work, the rain. Its Render pass sets up the 3D view (projection, look-at,
 // frustum) for everything that the render queue draws after it, and hands its camera to the
 // queue so that they can reach it.
 //
@@ -20,6 +20,7 @@
 #include "math/hvector2.h"
 #include "math/hvector3.h"
 #include "resources/resourcehandle.h"
+#include "resources/sound.h"
 #include "resources/texturedds.h"
 #include "scene/camera.h"
 #include "scene/entity.h"
@@ -53,12 +54,12 @@ public:
     ~Scene() override = default;
 
     // Sky texture ("system/white.dds" unless "sky_texture" names another), "sky_mesh",
-    // "max_size", the Entity keys, then "camera_pos", "camera_target", "camera_up" and
-    // "camera_fov". `node` must not be null.
+    // "ambient_sound", "max_size", the Entity keys, then "camera_pos", "camera_target",
+    // "camera_up" and "camera_fov". `node` must not be null.
     void Load(CfoNode* node, ResourceManager* resources) override;
     // Pitches the camera to 60 degrees, keeps `physics` and gives it the world's extent,
     // then subscribes to FrameEvent, InputEvent, ResumeGameEvent and CameraModeEvent, in
-    // this order.
+    // this order, and last turns looping on for the ambient sound and starts it.
     void Bind(EventManager* events, SceneManager* scene, CollisionManager* physics) override;
     // The 3D view, the frustum, the queue's camera, the sky and, with r_debug_physics, the
     // collision view with the ground grid and the axes. Needs a current GL context.
@@ -106,8 +107,8 @@ public:
     float look_speed = 10.0f;               // degrees per mouse step and second
     CollisionManager* collision = nullptr;  // not owned; from Bind
     HVector2 max_size{0.0f, 0.0f};          // "max_size": the world's extent
-    // Later work adds here, in this order: the ambient sound handle ("ambient_sound") and
-    // the rain (a ParticleRain member, not a child).
+    ResourceHandle<Sound> ambient;          // "ambient_sound": loops from Bind on
+    // Later work adds here: the rain (a ParticleRain member, not a child).
     CameraAnimation camera_path;  // "animations/cam2.cfo", loaded and not played
 };
 

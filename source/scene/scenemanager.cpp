@@ -17,6 +17,7 @@
 #include "cfo/cfodocument.h"
 #include "cfo/cforeaders.h"
 #include "cfo/file.h"
+#include "resources/soundlayer.h"
 #include "scene/keynametable.h"
 
 SceneManager::SceneManager() = default;
@@ -296,7 +297,8 @@ void SceneManager::CleanUpObjects() {
 
     if (pending_scene.size() <= 5) return;
 
-    // --- sound: every playing channel stops here once the sound layer exists.
+    // Nothing of the old level goes on sounding through the loading screen.
+    SoundStop(SOUND_ALL);
     if (SDL_GL_GetCurrentContext() != nullptr) DrawLoadingScreen("Loading...", false);
 
     CfoDocument* document = new CfoDocument();
