@@ -92,7 +92,10 @@ SoundSample* SoundSampleLoad(int32_t index, const char* data, uint32_t mode, int
 
     SDL_RWops* rw = SDL_RWFromConstMem(data + offset, static_cast<int>(size));
     if (rw == nullptr) return nullptr;
-    Mix_Chunk* chunk = Mix_LoadWAV_RW(rw, 1);  // closes rw; the chunk holds its own copy
+    // The reader is closed here, not by the mixer: on some failures (bytes of no known
+    // format) the mixer leaves it open. The chunk holds its own decoded copy.
+    Mix_Chunk* chunk = Mix_LoadWAV_RW(rw, 0);
+    SDL_RWclose(rw);
     if (chunk == nullptr) return nullptr;
 
     SoundSample* sample = new SoundSample();
