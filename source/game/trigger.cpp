@@ -1,0 +1,99 @@
+#include "game/trigger.h"
+
+#include <GL/gl.h>
+
+#include "cfo/cfonode.h"
+#include "cfo/cforeaders.h"
+#include "game/doors.h"
+#include "physics/collisionmanager.h"
+#include "platform/settings.h"
+#include "resources/resourcemanager.h"
+#include "scene/scenemanager.h"
+#include "world/staticgeometry.h"
+
+void Trigger::Load(CfoNode* node, ResourceManager* resources) {
+    Entity::Load(node, resources);
+    if (resources != nullptr) resources->Load(shader, Doors::kShaderFile);
+    if (node == nullptr) return;
+
+    std::string text;
+    if (resources != nullptr) {
+        if (CfoReadString(node, "open_model", text)) resources->Load(openModel, text);
+        if (CfoReadString(node, "closed_model", text)) resources->Load(closedModel, text);
+        if (CfoReadString(node, "open_texture", text)) resources->Load(openTexture, text);
+        if (CfoReadString(node, "closed_texture", text)) resources->Load(closedTexture, text);
+    }
+    CfoReadFloat(node, "open_time", openTime);
+    CfoReadFloat(node, "close_time", closeTime);
+    CfoReadString(node, "open_message", openMessage);
+    CfoReadString(node, "close_message", closeMessage);
+    if (CfoReadString(node, "switch_sound", text) && resources != nullptr)
+        resources->Load(switchSound, text);
+    if (const CfoNode* transf = node->FindChild("transf"))
+        StaticGeometry::ReadTransform(transf, transform);
+    if (CfoNode* child = node->FindChild("PhysicsRayCast")) ray.Load(child);
+    if (CfoNode* child = node->FindChild("PhysicsStaticGeometry")) geometry.Load(child);
+}
+
+void Trigger::Bind(EventManager* events, SceneManager*, CollisionManager* physics_manager) {
+    // Without a hull the switch has no solid shape and is a ray only.
+    if (!geometry.body.vertices.empty()) {
+        geometry.Prepare();
+        geometry.SetEntity(this);
+        if (physics_manager != nullptr) physics_manager->AddObject(&geometry);
+    }
+    ray.SetEntity(this);
+    ray.SetCollisionMode(1, HVector2(0.0f, 1.0f));
+    if (physics_manager != nullptr) physics_manager->AddObject(&ray);
+    if (events == nullptr) return;
+    events->Attach(this);
+    events->AddHandler(this, &Trigger::OnFrame);
+    events->AddHandler(this, &Trigger::OnCollision);
+    events->AddHandler(this, &Trigger::OnAction);
+}
+
+bool Trigger::OnAction(PlayerActionEvent*) {
+    // Who struck, and how, does not matter; a switch under way ignores the strike.
+    if (state != OFF && state != ON) return true;
+    switchSound->Stop();
+    switchSound->Play();
+    state = state == OFF ? SWITCHING_ON : SWITCHING_OFF;
+    startTime = now;
+    return true;
+}
+
+bool Trigger::OnFrame(FrameEvent* event) {
+    if (event == nullptr) return true;
+    now = event->time;
+    if (state == SWITCHING_ON && startTime + closeTime < now) {
+        state = ON;
+        Post(new TriggerActivationEvent(this, 0));
+        if (!openMessage.empty()) Post(new GameGUIMessageEvent(0, openMessage));
+    }
+    if (state == SWITCHING_OFF && startTime + openTime < now) {
+        state = OFF;
+        Post(new TriggerActivationEvent(this, 1));
+        if (!closeMessage.empty()) Post(new GameGUIMessageEvent(0, closeMessage));
+    }
+    if (event->scene_manager != nullptr) event->scene_manager->AddToRenderQueue(this);
+    return true;
+}
+
+bool Trigger::OnCollision(GenericCollisionEvent*) { return true; }
+
+void Trigger::Render(RenderQueue*) {
+    const bool open_look = ShowsOpenLook();
+    const ResourceHandle<MeshASM>& model = open_look ? openModel : closedModel;
+    const ResourceHandle<TextureDDS>& texture = open_look ? openTexture : closedTexture;
+    glPushMatrix();
+    const HVector2 pos = ray.GetPosition();
+    glTranslatef(pos.x, pos.y, 0.0f);
+    Doors::BeginPropDraw(shader.Get());
+    if (model.IsValid()) {
+        if (texture.IsValid()) texture->Bind();
+        model->Draw();
+    }
+    Doors::EndPropDraw();
+    glPopMatrix();
+    if (r_debug_physics) glPolygonMode(GL_FRONT_AND_BACK, GL_FILL);
+}
