@@ -1,0 +1,168 @@
+#include "game/characterentity.h"
+
+#include <GL/gl.h>
+#include <GL/glext.h>
+
+#include "cfo/cfonode.h"
+#include "cfo/cforeaders.h"
+#include "platform/draw.h"
+#include "platform/settings.h"
+#include "resources/resourcemanager.h"
+#include "scene/camera.h"
+#include "scene/renderqueue.h"
+#include "world/skinnedmeshdraw.h"
+#include "world/worldloading.h"
+
+CharacterEntity::~CharacterEntity() {
+    for (auto& entry : animations) delete entry.second;
+    animations.clear();
+}
+
+void CharacterEntity::Load(CfoNode* node, ResourceManager* resources) {
+    LoadCharacter(node, resources);
+    Entity::Load(node, resources);
+}
+
+void CharacterEntity::LoadCharacter(CfoNode* node, ResourceManager* resources) {
+    if (node == nullptr) return;
+    // Drawn only when a window is up: tests and tools load characters without one.
+    WorldLoadingScreen("Loading enemy...", true);
+    // A missing child is a null node, which the body takes as "nothing to read".
+    physics.Load(node->FindChild("PhysicsCharacter"));
+    std::string file;
+    if (resources != nullptr) {
+        if (CfoReadString(node, "texture", file)) resources->Load(texture, file);
+        resources->Load(shadowTexture, "resources/textures/character_shadow.dds");
+        if (CfoReadString(node, "shader", file)) resources->Load(shader, file);
+    }
+    if (CfoReadString(node, "mesh", file)) mesh.Load(file);
+    const char* keys[4] = {"ani_idle", "ani_walk", "ani_run", "ani_attack"};
+    for (int index = 0; index < 4; ++index)
+        if (CfoReadString(node, keys[index], file)) AddAnimation(file, index);
+}
+
+void CharacterEntity::AddAnimation(const std::string& file, int index) {
+    Animation* animation = new Animation();
+    if (!animation->Load(file)) {
+        delete animation;
+        return;
+    }
+    auto found = animations.find(index);
+    if (found != animations.end()) {
+        // No channel may keep pointing at the animation that goes.
+        for (AnimationChannel& channel : animator.channels) {
+            if (channel.animation == found->second) channel.animation = nullptr;
+            if (channel.previous == found->second) channel.previous = nullptr;
+        }
+        delete found->second;
+    }
+    animations[index] = animation;
+    mesh.BindAnimation(animation);
+}
+
+Animation* CharacterEntity::GetAnimation(int index) {
+    auto found = animations.find(index);
+    return found == animations.end() ? nullptr : found->second;
+}
+
+void CharacterEntity::PlayAnimation(int index, float fade, float speed, int channel) {
+    animator.Play(GetAnimation(index), fade, speed, channel);
+}
+
+int CharacterEntity::RootBone() const {
+    for (size_t i = 0; i < mesh.bones.size(); ++i)
+        if (mesh.bones[i].parent_id < 0) return int(i);
+    return 0;
+}
+
+void CharacterEntity::Bind(EventManager*, SceneManager*, CollisionManager*) {
+    physics.Prepare();
+    // After Prepare: the bounding circle keeps the radius of the polygon as it was loaded.
+    physics.ScaleHull(30.0f);
+    physics.SetStopDistance(5.0f);
+    physics.SetApproachGain(10.0f);
+    animator.SetupChannel(0, 1.0f, 0.0f, RootBone());
+    PlayAnimation(ANI_IDLE, 0.5f, 80.0f, 0);
+}
+
+void CharacterEntity::Unbind(EventManager*, SceneManager*, CollisionManager*) {}
+void CharacterEntity::Unload(SceneManager*, ResourceManager*) {}
+void CharacterEntity::PreRender(RenderQueue*) {}
+void CharacterEntity::PostRender() {}
+
+void CharacterEntity::SetPaused(bool pause) {
+    physics.SetDisabled(pause);
+    Entity::SetPaused(pause);
+}
+
+void CharacterEntity::UpdateMesh(float time) {
+    const HVector2 p = physics.GetPosition();
+    const float r = physics.GetBoundingCircle().radius;
+    boundingBox.SetExtents(HVector3(p.x - r, p.y - r, 0.0f), HVector3(p.x + r, p.y + r, 100.0f));
+    if (inView) animator.Update(mesh, time);
+}
+
+namespace {
+
+// Anisotropy when the card has it, trilinear in any case.
+void BindFiltered(uint32_t texture) {
+    glBindTexture(GL_TEXTURE_2D, texture);
+    if (max_anisotropy > 1.0f)
+        glTexParameterf(GL_TEXTURE_2D, GL_TEXTURE_MAX_ANISOTROPY_EXT, max_anisotropy);
+    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_LINEAR);
+    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_LINEAR_MIPMAP_LINEAR);
+}
+
+}  // namespace
+
+void CharacterEntity::Render(RenderQueue* queue) {
+    if (queue != nullptr && queue->camera != nullptr && !queue->camera->IsBoxVisible(boundingBox)) {
+        inView = false;
+        return;
+    }
+    inView = true;
+
+    // The program writes the fog coordinate itself, 0 at the eye to 1 where the view ends.
+    const GLfloat fog_color[4] = {0.65f, 0.6f, 0.4f, 0.0f};
+    glEnable(GL_CULL_FACE);
+    glEnable(GL_FOG);
+    glFogi(GL_FOG_MODE, GL_LINEAR);
+    glFogfv(GL_FOG_COLOR, fog_color);
+    glFogf(GL_FOG_START, 0.0f);
+    glFogf(GL_FOG_END, 1.0f);
+    glHint(GL_FOG_HINT, GL_NICEST);
+    glFogi(GL_FOG_COORDINATE_SOURCE, GL_FOG_COORDINATE);
+
+    const HVector2 p = physics.GetPosition();
+    glPushMatrix();
+    glTranslatef(p.x, p.y, 0.0f);
+    glRotatef(physics.GetOrientation() + 90.0f, 0.0f, 0.0f, 1.0f);
+    glScalef(0.8f, 0.8f, 0.8f);
+
+    glEnable(GL_DEPTH_TEST);
+    glEnable(GL_TEXTURE_2D);
+    BindFiltered(texture->texture_id);
+    glColor4f(1.0f, 1.0f, 1.0f, 1.0f);
+
+    const float light_color[3] = {1.0f, 1.0f, 0.6f};
+    ShaderProgram::EnableProfile(cg_vertex_profile);
+    shader->Bind();
+    shader->SetStateMatrix("ModelViewProj", SHADER_MODELVIEW_PROJECTION_MATRIX,
+                           SHADER_MATRIX_IDENTITY);
+    shader->SetStateMatrix("ModelView", SHADER_MODELVIEW_MATRIX, SHADER_MATRIX_INVERSE);
+    shader->SetParameter3fv("LigthColor", light_color);
+    SetBoneParameters(shader.Get(), mesh);
+    DrawSkinnedMesh(mesh);
+    ShaderProgram::DisableProfile(cg_vertex_profile);
+
+    // The same round spot under every figure: it follows neither the light nor the ground.
+    glTranslatef(0.0f, 0.0f, 1.0f);
+    glBindTexture(GL_TEXTURE_2D, shadowTexture->texture_id);
+    glColor4f(1.0f, 1.0f, 1.0f, 0.5f);
+    glEnable(GL_BLEND);
+    glBlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
+    glDisable(GL_CULL_FACE);
+    DrawQuad(-20.0f, -20.0f, 20.0f, 20.0f);
+    glEnable(GL_CULL_FACE);
+    glPopMatrix();
+}
