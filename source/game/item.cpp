@@ -1,0 +1,130 @@
+#include "game/item.h"
+
+#include <GL/gl.h>
+#include <GL/glext.h>
+
+#include "cfo/cfonode.h"
+#include "cfo/cforeaders.h"
+#include "game/player.h"
+#include "physics/collisionmanager.h"
+#include "resources/resourcemanager.h"
+#include "scene/scenemanager.h"
+#include "world/staticgeometry.h"
+
+namespace {
+
+// The light of the level's props.
+constexpr float kLightPos[3] = {0.0f, 0.0f, 100.0f};
+constexpr float kLightColor[3] = {1.0f, 1.0f, 0.6f};
+
+}  // namespace
+
+Item::~Item() { DropQueuedCollisions(event_manager, &geometry); }
+
+void Item::Load(CfoNode* node, ResourceManager* resources) {
+    if (resources != nullptr)
+        resources->Load(shader, "resources/shaders/static_geometry_simple.cg");
+    if (node != nullptr) {
+        std::string text;
+        if (resources != nullptr) {
+            if (CfoReadString(node, "model", text)) resources->Load(model, text);
+            if (CfoReadString(node, "texture", text)) resources->Load(texture, text);
+        }
+        CfoReadString(node, "pickup_message", pickupMessage);
+        if (resources != nullptr && CfoReadString(node, "pickup_sound", text))
+            resources->Load(pickupSound, text);
+        if (CfoReadString(node, "type", text)) {
+            if (text == "HEALTH") kind = HEALTH;
+            if (text == "TARGET") kind = TARGET;
+        }
+        CfoReadFloat(node, "value", value);
+        // The same row of twelve numbers as the level's static objects.
+        if (const CfoNode* transf = node->FindChild("transf"))
+            StaticGeometry::ReadTransform(transf, transform);
+        geometry.Load(node->FindChild("PhysicsStaticGeometry"));
+    }
+    Entity::Load(node, resources);
+}
+
+void Item::Bind(EventManager* events, SceneManager*, CollisionManager* physics) {
+    // Without a shape the item stays out of the collision world and cannot be taken.
+    if (!geometry.body.vertices.empty()) {
+        geometry.Prepare();
+        geometry.SetEntity(this);
+        if (physics != nullptr) physics->AddObject(&geometry);
+    }
+    if (events != nullptr) {
+        events->AddHandler(this, &Item::OnFrame);
+        events->AddHandler(this, &Item::OnCollision);
+    }
+}
+
+void Item::SetPaused(bool pause) {
+    geometry.SetDisabled(pause);
+    Entity::SetPaused(pause);
+}
+
+bool Item::OnFrame(FrameEvent* event) {
+    if (event == nullptr) return true;
+    if (!IsPaused()) {
+        auto* mark = new MiniMapObjectEvent();
+        mark->object_id = GetTypeId();
+        const HVector2 at = geometry.GetPosition();
+        mark->position = HVector3(at.x, at.y, geometry.body.orientation);
+        mark->size = 30.0f;
+        mark->kind = MiniMapKind();
+        Post(mark);
+    }
+    if (event->scene_manager != nullptr) event->scene_manager->AddToRenderQueue(this);
+    return true;
+}
+
+bool Item::OnCollision(GenericCollisionEvent* event) {
+    if (event == nullptr || event->self == nullptr || event->other == nullptr) return true;
+    // A contact of the step before the pickup arrives one update after it: a taken item
+    // (paused) lets it pass, so that nothing is taken twice.
+    if (IsPaused()) return true;
+    PhysicsObject* other = event->other;
+    if (other->GetTypeId() != PhysicsCharacter::StaticTypeId()) return true;
+    if (dynamic_cast<Player*>(other->entity) == nullptr) return true;
+
+    Post(new ItemPickupEvent(kind, value));
+    if (!pickupMessage.empty()) Post(new GameGUIMessageEvent(0, pickupMessage));
+    SetPaused(true);
+    SetVisible(false);
+    if (pickupSound.IsValid()) pickupSound->Play();
+    return true;
+}
+
+void Item::Render(RenderQueue*) {
+    glEnable(GL_DEPTH_TEST);
+    glEnable(GL_COLOR_MATERIAL);
+    glPushMatrix();
+    const HVector2 at = geometry.GetPosition();
+    glTranslatef(at.x, at.y, 0.0f);
+    glCullFace(GL_BACK);
+    glEnable(GL_CULL_FACE);
+    // The level's fog over the program's fog coordinate.
+    const GLfloat fog_color[4] = {0.5f, 0.5f, 0.55f, 1.0f};
+    glEnable(GL_FOG);
+    glFogi(GL_FOG_MODE, GL_LINEAR);
+    glFogfv(GL_FOG_COLOR, fog_color);
+    glFogf(GL_FOG_START, 0.0f);
+    glFogf(GL_FOG_END, 1.0f);
+    glHint(GL_FOG_HINT, GL_NICEST);
+    glFogi(GL_FOG_COORDINATE_SOURCE, GL_FOG_COORDINATE);
+    ShaderProgram* program = shader.Get();
+    ShaderProgram::EnableProfile(cg_vertex_profile);
+    program->Bind();
+    program->SetStateMatrix("ModelViewProj", SHADER_MODELVIEW_PROJECTION_MATRIX,
+                            SHADER_MATRIX_IDENTITY);
+    program->SetStateMatrix("ModelView", SHADER_MODELVIEW_MATRIX, SHADER_MATRIX_INVERSE);
+    program->SetParameter3fv("LigthPos", kLightPos);
+    program->SetParameter3fv("LigthColor", kLightColor);
+    glColor4f(1.0f, 1.0f, 1.0f, 1.0f);
+    glEnable(GL_TEXTURE_2D);
+    glBindTexture(GL_TEXTURE_2D, texture->texture_id);
+    model->Draw();
+    ShaderProgram::DisableProfile(cg_vertex_profile);
+    glPopMatrix();
+}
