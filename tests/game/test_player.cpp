@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "game/playertest.h"
+#include "game/trigger.h"
 #include "math/hmath.h"
 #include "resources/resourcemanager.h"
 
@@ -858,6 +859,34 @@ TEST_F(HeroLevel, AStrikeWithinReachOfASwitchWhileFacingItSendsAnAction) {
     ASSERT_FALSE(lever->actions.empty());
     EXPECT_EQ(lever->actions[0].kind, 0);
     EXPECT_EQ(lever->actions[0].source, player);
+}
+
+TEST_F(HeroLevel, TheStrikeThrowsARealSwitchWhichThenActivates) {
+    Build(kHero);
+    CfoDocument doc;
+    ASSERT_TRUE(
+        doc.Parse("Trigger = { name = gate_lever; close_time = 0.5; "
+                  "PhysicsRayCast = { position = 30,0; direction = -1,0; } }"));
+    auto* lever = new Trigger();
+    testing::internal::CaptureStdout();
+    lever->Load(doc.FindChild("Trigger"), &sm.resources);
+    testing::internal::GetCapturedStdout();
+    scene->AddChild(lever);  // the tree owns it from here
+    lever->SetParent(scene);
+    lever->Bind(&sm.events, &sm, &sm.physics);
+    std::vector<TriggerActivationEvent> activations;
+    sm.events.AddHandler(new Recorder<TriggerActivationEvent>(&activations));
+    RunUntil(0.4f);
+    EXPECT_EQ(lever->state, Trigger::OFF);
+    Input(KeyEvent(SDL12_KEYDOWN, kD));
+    RunUntil(0.56f);
+    EXPECT_EQ(lever->state, Trigger::SWITCHING_ON);
+    Input(KeyEvent(SDL12_KEYUP, kD));
+    RunUntil(1.5f);
+    EXPECT_EQ(lever->state, Trigger::ON);
+    ASSERT_EQ(activations.size(), 1u);
+    EXPECT_EQ(activations[0].trigger, lever);
+    EXPECT_EQ(activations[0].kind, 0);
 }
 
 TEST_F(HeroLevel, ASwitchBehindTheHeroIsNotThrown) {
