@@ -5,6 +5,7 @@
 
 #include "cfo/cfonode.h"
 #include "cfo/cforeaders.h"
+#include "game/player.h"
 #include "game/trigger.h"
 #include "physics/collisionmanager.h"
 #include "platform/settings.h"
@@ -19,6 +20,8 @@ const float kLightColor[3] = {1.0f, 1.0f, 0.6f};
 const GLfloat kFogColor[4] = {0.5f, 0.5f, 0.55f, 1.0f};
 
 }  // namespace
+
+Doors::~Doors() { DropQueuedCollisions(event_manager, &physics); }
 
 void Doors::Load(CfoNode* node, ResourceManager* resources) {
     Entity::Load(node, resources);

@@ -22,7 +22,8 @@
 //
 // Ownership: the entity owns its body (a member) and its handles. The body is handed to
 // the CollisionManager in Bind; the manager only holds a pointer, and the body's
-// destructor takes it out again, so the door may be deleted at any time between steps.
+// destructor takes it out again, while the door's own destructor takes it out of the
+// contacts still queued, so the door may be deleted at any time between steps.
 
 #include <string>
 
@@ -57,7 +58,9 @@ public:
     static constexpr float kHeadingDistance = 1000.0f;
 
     Doors() = default;
-    ~Doors() override = default;
+    // The body leaves its manager (its own destructor), and the contacts of the last step
+    // that are still queued forget it.
+    ~Doors() override;
 
     // The shader, then "model", "texture", "activator_name", "open_message",
     // "close_message", "open_pos", "closed_pos", "move_sound", "type", "init_state" (which

@@ -11,8 +11,9 @@
 // way to on (state 0), "open_time" the way to off (state 1). There is no automatic return.
 //
 // Ownership: the entity owns its two physics objects (members) and its handles. Bind hands
-// them to the CollisionManager; its pointers go when the members' destructors run, so the
-// switch may be deleted at any time between steps.
+// them to the CollisionManager; its pointers go when the members' destructors run, and the
+// contacts still queued forget them when the switch goes, so the switch may be deleted at
+// any time between steps.
 
 #include <string>
 
@@ -35,7 +36,9 @@ public:
     enum State { ON = 0, OFF = 1, SWITCHING_ON = 2, SWITCHING_OFF = 3 };
 
     Trigger() = default;
-    ~Trigger() override = default;
+    // The shape and the ray leave their manager (their own destructors), and the contacts of
+    // the last step that are still queued forget them.
+    ~Trigger() override;
 
     // The shader, then "open_model", "closed_model", "open_texture", "closed_texture",
     // "open_time", "close_time", "open_message", "close_message", "switch_sound", "transf"

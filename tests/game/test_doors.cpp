@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
@@ -23,6 +24,7 @@
 #include "resources/sound.h"
 #include "resources/soundlayer.h"
 #include "scene/scenemanager.h"
+#include "world/meshasm.h"
 
 namespace {
 
@@ -496,6 +498,46 @@ TEST_F(DoorsTest, DeletingTheDoorTakesItsBodyOutOfTheCollisionWorld) {
     EXPECT_TRUE(sm.events.Update(0.1f));
 }
 
+TEST_F(DoorsTest, DeletingTheDoorTakesItsBodyOutOfTheContactsStillQueued) {
+    auto* door = new Doors();
+    DoorDoc d(kSliderDoc);
+    door->Load(d.Node("Doors"), nullptr);
+    sm.AddChild(door);
+    door->SetParent(&sm);
+    door->Bind(&sm.events, &sm, &sm.physics);
+    sm.physics.SetEventManager(&sm.events);
+    // A character standing in the door's way: the step reports the pair to both sides.
+    Entity walker_owner;
+    PhysicsCharacter walker;
+    walker.body.AddVertex(HVector2(-5.0f, -5.0f));
+    walker.body.AddVertex(HVector2(5.0f, -5.0f));
+    walker.body.AddVertex(HVector2(5.0f, 5.0f));
+    walker.body.AddVertex(HVector2(-5.0f, 5.0f));
+    walker.Prepare();
+    walker.SetEntity(&walker_owner);
+    walker.body.position = HVector2(50.0f, 8.0f);
+    sm.physics.AddObject(&walker);
+    sm.physics.Step(0.04f, 0.04f);
+    int naming_door = 0;
+    for (BaseEvent* e : *sm.events.next)
+        if (auto* c = dynamic_cast<GenericCollisionEvent*>(e))
+            if (c->self == &door->physics || c->other == &door->physics) ++naming_door;
+    ASSERT_EQ(naming_door, 2);
+    PhysicsObject* body = &door->physics;
+    sm.delete_list.push_back(door);
+    sm.CleanUpObjects();
+    int contacts = 0;
+    for (BaseEvent* e : *sm.events.next)
+        if (auto* c = dynamic_cast<GenericCollisionEvent*>(e)) {
+            ++contacts;
+            EXPECT_NE(c->self, body);
+            EXPECT_NE(c->other, body);
+        }
+    EXPECT_EQ(contacts, 2);  // still queued, without the door's body
+    EXPECT_TRUE(sm.events.Update(0.1f));
+    sm.physics.RemoveObject(&walker);
+}
+
 TEST_F(DoorsTest, EachStartStopsTheMoveSoundAndPlaysItAgain) {
     ASSERT_FALSE(SoundFolder().empty());
     // SDL's dummy audio driver mixes in real time into nothing.
@@ -531,4 +573,104 @@ TEST_F(DoorsTest, EachStartStopsTheMoveSoundAndPlaysItAgain) {
     SoundClose();
     Sound::sound_enabled = false;
     unsetenv("SDL_AUDIODRIVER");
+}
+
+// ---- the props' models in data/ ----
+
+namespace {
+
+struct PropBounds {
+    HVector3 lo{1e9f, 1e9f, 1e9f};
+    HVector3 hi{-1e9f, -1e9f, -1e9f};
+};
+
+// Loads data/resources/models/<name> straight from the file (the search path stays as the
+// other tests left it); the bounds of its corners. Fails the test when the mesh does not
+// load, a texture coordinate leaves 0..1, or a face's normal disagrees with its winding
+// (back faces are culled, so such a face would show its inside).
+PropBounds LoadProp(const std::string& name, MeshASM& mesh) {
+    PropBounds b;
+    std::ifstream in(std::string(VELMORA_SOURCE_DIR) + "/data/resources/models/" + name);
+    const std::string text((std::istreambuf_iterator<char>(in)), {});
+    CfoDocument doc;
+    EXPECT_TRUE(doc.Parse(text)) << name;
+    testing::internal::CaptureStdout();
+    EXPECT_TRUE(mesh.LoadASMDocument(&doc)) << name;
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "") << name;
+    EXPECT_GT(mesh.vertex_count, 0u) << name;
+    EXPECT_EQ(mesh.vertex_count % 3, 0u) << name;
+    EXPECT_FALSE(mesh.has_color) << name;
+    for (uint32_t i = 0; i < mesh.vertex_count; ++i) {
+        const HVector3& p = mesh.positions[i];
+        b.lo = HVector3(std::min(b.lo.x, p.x), std::min(b.lo.y, p.y), std::min(b.lo.z, p.z));
+        b.hi = HVector3(std::max(b.hi.x, p.x), std::max(b.hi.y, p.y), std::max(b.hi.z, p.z));
+        const HVector2& t = mesh.texcoords[i];
+        EXPECT_TRUE(t.x >= 0.0f && t.x <= 1.0f && t.y >= 0.0f && t.y <= 1.0f) << name << " " << i;
+    }
+    for (uint32_t f = 0; f + 2 < mesh.vertex_count; f += 3) {
+        const HVector3 a = mesh.positions[f], b1 = mesh.positions[f + 1], c = mesh.positions[f + 2];
+        const HVector3 d(b1.x - a.x, b1.y - a.y, b1.z - a.z), e(c.x - a.x, c.y - a.y, c.z - a.z);
+        const HVector3 n(d.y * e.z - d.z * e.y, d.z * e.x - d.x * e.z, d.x * e.y - d.y * e.x);
+        const HVector3& m = mesh.normals[f];
+        EXPECT_GT(n.x * m.x + n.y * m.y + n.z * m.z, 0.0f) << name << " face " << f / 3;
+    }
+    return b;
+}
+
+}  // namespace
+
+TEST(DoorsProps, TheSlidingGateFillsAGapOf240InAWall40ThickAndStandsOnTheGround) {
+    MeshASM mesh;
+    const PropBounds b = LoadProp("gate_slider.asm", mesh);
+    EXPECT_EQ(b.lo.y, -120.0f);
+    EXPECT_EQ(b.hi.y, 120.0f);
+    EXPECT_GE(b.lo.x, -20.0f);
+    EXPECT_LE(b.hi.x, 20.0f);
+    EXPECT_EQ(b.lo.z, 0.0f);
+    EXPECT_GE(b.hi.z, 300.0f);
+    EXPECT_LE(b.hi.z, 320.0f);
+}
+
+TEST(DoorsProps, TheHingedDoorRunsFromItsHingeAtTheOriginAlongX) {
+    MeshASM mesh;
+    const PropBounds b = LoadProp("door_hinged.asm", mesh);
+    EXPECT_EQ(b.hi.x, 200.0f);
+    EXPECT_GE(b.lo.x, -5.0f);  // only the hinge's knuckles lie behind the origin
+    EXPECT_LE(b.lo.x, 0.0f);
+    EXPECT_GE(b.lo.y, -5.0f);
+    EXPECT_LE(b.hi.y, 5.0f);
+    EXPECT_EQ(b.lo.z, 0.0f);
+    EXPECT_EQ(b.hi.z, 260.0f);
+}
+
+TEST(DoorsProps, TheSwitchLooksDifferOnlyInTheLever) {
+    MeshASM off, on;
+    const PropBounds a = LoadProp("switch_off.asm", off);
+    const PropBounds b = LoadProp("switch_on.asm", on);
+    EXPECT_EQ(off.vertex_count, on.vertex_count);
+    EXPECT_EQ(a.lo.z, 0.0f);
+    EXPECT_EQ(b.lo.z, 0.0f);
+    // Up reaches higher than down; down hangs over the -y side.
+    EXPECT_GT(b.hi.z, a.hi.z + 10.0f);
+    EXPECT_LT(a.lo.y, b.lo.y - 2.0f);
+    size_t differing = 0;
+    for (uint32_t i = 0; i < off.vertex_count; ++i)
+        if (!(off.positions[i] == on.positions[i])) ++differing;
+    EXPECT_GT(differing, 0u);
+    EXPECT_LT(differing, off.vertex_count / 2);
+}
+
+TEST(DoorsProps, TheItemsLieOnTheGround) {
+    MeshASM medkit, strongbox;
+    const PropBounds m = LoadProp("medkit.asm", medkit);
+    const PropBounds s = LoadProp("strongbox.asm", strongbox);
+    EXPECT_EQ(m.lo.z, 0.0f);
+    EXPECT_EQ(s.lo.z, 0.0f);
+    // Both fit inside an item's collision square of 60 round their origin.
+    for (const PropBounds& b : {m, s}) {
+        EXPECT_GE(b.lo.x, -30.0f);
+        EXPECT_LE(b.hi.x, 30.0f);
+        EXPECT_GE(b.lo.y, -30.0f);
+        EXPECT_LE(b.hi.y, 30.0f);
+    }
 }

@@ -332,6 +332,47 @@ TEST_F(TriggerTest, EachSwitchStopsTheSoundAndPlaysItAgain) {
     unsetenv("SDL_AUDIODRIVER");
 }
 
+TEST_F(TriggerTest, DeletingTheSwitchTakesItsObjectsOutOfTheContactsStillQueued) {
+    auto* t = new Trigger();
+    TriggerDoc d{std::string(kSwitchDoc)};
+    t->Load(d.Node("Trigger"), nullptr);
+    sm.AddChild(t);
+    t->SetParent(&sm);
+    t->Bind(&sm.events, &sm, &sm.physics);
+    sm.physics.SetEventManager(&sm.events);
+    // A character on the switch's solid shape and across its ray.
+    Entity walker_owner;
+    PhysicsCharacter walker;
+    walker.body.AddVertex(HVector2(-5.0f, -5.0f));
+    walker.body.AddVertex(HVector2(5.0f, -5.0f));
+    walker.body.AddVertex(HVector2(5.0f, 5.0f));
+    walker.body.AddVertex(HVector2(-5.0f, 5.0f));
+    walker.Prepare();
+    walker.SetEntity(&walker_owner);
+    walker.body.position = HVector2(30.0f, 52.0f);
+    sm.physics.AddObject(&walker);
+    sm.physics.Step(0.04f, 0.04f);
+    const PhysicsObject* shape = &t->geometry;
+    const PhysicsObject* ray = &t->ray;
+    int naming = 0;
+    for (BaseEvent* e : *sm.events.next)
+        if (auto* c = dynamic_cast<GenericCollisionEvent*>(e))
+            if (c->self == shape || c->other == shape || c->self == ray || c->other == ray)
+                ++naming;
+    ASSERT_GE(naming, 2);
+    sm.delete_list.push_back(t);
+    sm.CleanUpObjects();
+    for (BaseEvent* e : *sm.events.next)
+        if (auto* c = dynamic_cast<GenericCollisionEvent*>(e)) {
+            EXPECT_NE(c->self, shape);
+            EXPECT_NE(c->other, shape);
+            EXPECT_NE(c->self, ray);
+            EXPECT_NE(c->other, ray);
+        }
+    EXPECT_TRUE(sm.events.Update(0.1f));
+    sm.physics.RemoveObject(&walker);
+}
+
 // ---- a level in the frame loop ----
 
 namespace {
