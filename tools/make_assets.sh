@@ -38,6 +38,9 @@ python3 "$root/tools/levelgen/levelgen.py" "$out" "$tmp/minimap.ppm"
 # The two characters, hero and patrol: skinned meshes and their animations.
 python3 "$root/tools/chargen/chargen.py" "$out"
 
+# The props: the sliding gate, the hinged door, the switch lever down and up, the two items.
+python3 "$root/tools/propgen/propgen.py" "$out"
+
 # The ambient rain loop: synthesised, then encoded as Ogg Vorbis.
 "$ASSETGEN" rain "$tmp/rain.wav"
 mkdir -p "$out/resources/sounds"
