@@ -5,12 +5,15 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstdlib>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "game/playertest.h"
 #include "resources/resourcemanager.h"
+#include "resources/sound.h"
+#include "resources/soundlayer.h"
 
 using namespace playertest;
 
@@ -217,6 +220,43 @@ TEST_F(ItemTest, OnlyThePlayersBodyTakesIt) {
     EXPECT_TRUE(events.next->empty());
     EXPECT_FALSE(item->IsPaused());
     EXPECT_TRUE(item->IsVisible());
+}
+
+TEST_F(ItemTest, ThePickupPlaysItsSound) {
+    MountData();
+    // SDL's "dummy" driver mixes into nothing in real time.
+    SoundClose();
+    setenv("SDL_AUDIODRIVER", "dummy", 1);
+    Sound::sound_enabled = false;
+    Sound::sound_loop = false;
+    testing::internal::CaptureStdout();
+    InitSound();
+    testing::internal::GetCapturedStdout();
+    ASSERT_TRUE(Sound::sound_enabled);
+    {
+        ResourceManager resources;
+        resources.RegisterType<Sound>("wav");
+        CfoDocument doc;
+        ASSERT_TRUE(doc.Parse("Item = { pickup_sound = resources/sounds/item_pickup.wav; " +
+                              Shape(0, 0) + " }"));
+        testing::internal::CaptureStdout();
+        Item item;
+        item.Load(doc.FindChild("Item"), &resources);
+        testing::internal::GetCapturedStdout();
+        ASSERT_TRUE(item.pickupSound.IsValid());
+        EXPECT_FALSE(SoundIsPlaying(0));
+        Player hero;
+        hero.physics.SetEntity(&hero);
+        GenericCollisionEvent e;
+        e.self = &item.geometry;
+        e.other = &hero.physics;
+        item.OnCollision(&e);
+        EXPECT_TRUE(SoundIsPlaying(item.pickupSound->channel));
+        SoundStop(SOUND_ALL);
+    }
+    SoundClose();
+    SoundSetDriver(0);
+    Sound::sound_enabled = false;
 }
 
 // ---- scenarios through the frame loop ----
