@@ -13,6 +13,7 @@
 
 #include "game/playertest.h"
 #include "game/trigger.h"
+#include "support/tempfolder.h"
 #include "math/hmath.h"
 #include "resources/resourcemanager.h"
 
@@ -986,4 +987,25 @@ TEST_F(HeroLevel, DeletingThePlayerLeavesNoDanglingPointer) {
     EXPECT_EQ(victim->contacts.size(), seen + 1);
     ASSERT_EQ(victim->contact_types.size(), seen);
     for (const std::string& t : victim->contact_types) EXPECT_EQ(t, "PhysicsRayCast");
+}
+
+TEST_F(HeroLevel, ASceneChangeTakesTheHeroOutOfTheWorld) {
+    static testsupport::MountedTempFolder folder("velmora_player_scene");
+    ASSERT_FALSE(folder.path.empty());
+    const std::string next = "Scene = { name = game_scene; }";
+    testsupport::WriteNativeFile(folder.path, "scenes/hero_next.cfo", next.data(), next.size());
+    Build(std::string(kHero) +
+          " Dummy = { name = victim; PhysicsCharacter = { pos = 40,0; "
+          "radius = 30; } }");
+    ASSERT_EQ(sm.physics.objects.size(), 4u);
+    RunUntil(0.2f);
+    sm.Post(new LoadGameEvent("scenes/hero_next.cfo"));
+    testing::internal::CaptureStdout();
+    RunUntil(0.4f);
+    testing::internal::GetCapturedStdout();
+    EXPECT_EQ(sm.FindEntity("main_player"), nullptr);
+    EXPECT_NE(sm.FindEntity("game_scene"), nullptr);
+    EXPECT_TRUE(sm.physics.objects.empty());
+    RunUntil(0.6f);
+    EXPECT_TRUE(sm.physics.objects.empty());
 }
