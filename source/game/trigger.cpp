@@ -91,6 +91,9 @@ void Trigger::Render(RenderQueue*) {
     const bool open_look = ShowsOpenLook();
     const ResourceHandle<MeshASM>& model = open_look ? openModel : closedModel;
     const ResourceHandle<TextureDDS>& texture = open_look ? openTexture : closedTexture;
+    // Depth as the doors draw: the switch stands in the level, whatever drew before it.
+    glEnable(GL_DEPTH_TEST);
+    glEnable(GL_COLOR_MATERIAL);
     glPushMatrix();
     const HVector2 pos = ray.GetPosition();
     glTranslatef(pos.x, pos.y, 0.0f);

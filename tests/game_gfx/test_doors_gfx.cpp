@@ -198,11 +198,14 @@ TEST_F(DoorsGfx, TheCollisionViewGetsFilledPolygonsBack) {
     t.Render(nullptr);
     glGetIntegerv(GL_POLYGON_MODE, mode);
     EXPECT_EQ(mode[0], GL_FILL);
-    // Without the collision view the switch leaves the polygon mode alone.
+    // Without the collision view the switch leaves the polygon mode alone; it draws with
+    // the depth test whatever came before.
     r_debug_physics = false;
     glPolygonMode(GL_FRONT_AND_BACK, GL_LINE);
+    glDisable(GL_DEPTH_TEST);
     t.Render(nullptr);
     glGetIntegerv(GL_POLYGON_MODE, mode);
     EXPECT_EQ(mode[0], GL_LINE);
+    EXPECT_TRUE(glIsEnabled(GL_DEPTH_TEST));
     glPolygonMode(GL_FRONT_AND_BACK, GL_FILL);
 }
