@@ -6,7 +6,8 @@
 // its FrameEvent, GenericCollisionEvent and HurtEvent handlers.
 //
 // Ownership: the entity owns its two rays and (through CharacterEntity) its body; all
-// three leave the CollisionManager by their own destructors when the patrol is deleted.
+// three leave the CollisionManager by their own destructors when the patrol is deleted,
+// and the queued collision events that name them lose those pointers first.
 //
 // The player is recognised by its entity's type name "Player" and found by its name; its
 // body is the PhysicsCharacter of that entity in the collision manager. The patrol needs
@@ -33,7 +34,10 @@ public:
     };
 
     EnemyPoliceDude();
-    ~EnemyPoliceDude() override = default;
+    // Takes the rays and the body out of the collision events still queued (the other side
+    // of a contact must not read them once they are gone); the members' own destructors
+    // then take them out of the manager.
+    ~EnemyPoliceDude() override;
 
     // The child "Enemy" through LoadCharacter, the child "walk_path", "wait_at_target" (two
     // floats, default 3,5), then the entity's own keys.

@@ -48,6 +48,7 @@ public:
         body.SetEntity(this);
         physics->AddObject(&body);
         events->AddHandler(this, &TestPlayer::OnHurt);
+        events->AddHandler(this, &TestPlayer::OnCollision);
     }
     void SetPaused(bool pause) override {
         body.SetDisabled(pause);
@@ -59,7 +60,19 @@ public:
         return true;
     }
 
+    // Reads the other side of each contact, as the hero does: a freed object would show here.
+    bool OnCollision(GenericCollisionEvent* event) {
+        if (event->other == nullptr) {
+            ++dropped_contacts;
+            return true;
+        }
+        if (event->other->GetEntity() != nullptr) ++contacts;
+        return true;
+    }
+
     PhysicsCharacter body;
+    int contacts = 0;          // contacts whose other side has an entity
+    int dropped_contacts = 0;  // contacts whose other side went before delivery
     std::vector<float> hurts;
     std::vector<float> hurt_times;  // the event manager's time at delivery
 };

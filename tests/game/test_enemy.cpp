@@ -605,13 +605,19 @@ TEST_F(EnemyTest, DeletedPatrolLeavesNothingInTheCollisionManager) {
     RunUntil(1.0f, 0.0625f);
     ASSERT_EQ(sm.physics.objects.size(), 5u);
     ASSERT_EQ(enemy->state, EnemyPoliceDude::Attack);
+    ASSERT_GT(player->contacts, 0);
+    // Deleted at the end of the pass whose step queued, for the player's body, the hits of
+    // both of the patrol's rays on it.
     sm.Post(new DeleteEntityEvent(enemy));
-    RunUntil(1.25f, 0.0625f);
+    RunUntil(1.125f, 0.0625f);
     EXPECT_EQ(sm.FindEntity("dude"), nullptr);
     ASSERT_EQ(sm.physics.objects.size(), 2u);
     EXPECT_EQ(sm.physics.objects.front(), &player->body);
-    // The frames go on with the rest of the world.
+    // Those two contacts reach the player without their freed other side.
+    const int contacts = player->contacts;
     RunUntil(3.0f, 0.0625f);
+    EXPECT_EQ(player->dropped_contacts, 2);
+    EXPECT_EQ(player->contacts, contacts);
     EXPECT_EQ(sm.physics.objects.size(), 2u);
 }
 
