@@ -10,7 +10,10 @@
 #include <string>
 #include <vector>
 
+#include "cfo/cfodocument.h"
 #include "enemytest.h"
+#include "events/sdl12event.h"
+#include "game/player.h"
 
 namespace {
 
@@ -595,6 +598,43 @@ TEST_F(EnemyTest, StrikesEveryTwoSecondsFirstAfterTwo) {
     EXPECT_GE(player->hurts.size(), blows.size() - 1);
     EXPECT_LE(player->hurts.size(), blows.size());
     for (float h : player->hurts) EXPECT_FLOAT_EQ(h, -5.0f);
+}
+
+TEST_F(EnemyTest, TheHerosFirstBlowOnAPatrolCostsTwenty) {
+    // The real hero behind a waiting patrol, striking with a key that is no side step. Away
+    // from the origin: until its first frame a patrol's front ray starts at (0,0).
+    k_action_hit = 107;
+    Listener* listener = Add(new Listener());
+    AddEnemy(AnimatedEnemy("145,100", "{ {} 145,100 }", "wait_at_target = 100,100;"));
+    CfoDocument document;
+    ASSERT_TRUE(document.Parse(
+        "Player = { name = main_player; PhysicsCharacter = { radius = 30; pos = 100,100; } }"));
+    auto* hero = new Player();
+    testing::internal::CaptureStdout();
+    hero->Load(document.FindChild("Player"), nullptr);
+    testing::internal::GetCapturedStdout();
+    Add(hero);
+    Bind();
+    RunUntil(0.25f, 0.0625f);
+    ASSERT_EQ(enemy->state, EnemyPoliceDude::WaitAtWaypoint);
+    Sdl12Event key{};
+    key.key.type = SDL12_KEYDOWN;
+    key.key.state = 1;
+    key.key.keysym.sym = 107;
+    sm.Post(new InputEvent(key));
+    float health_at_message = -1.0f;
+    RunUntil(
+        3.0f,
+        [&] {
+            if (health_at_message < 0.0f && !listener->messages.empty())
+                health_at_message = enemy->health;
+        },
+        0.0625f);
+    // The hero's ray reached the patrol's body, whose blows go to the patrol: -10, doubled.
+    ASSERT_FALSE(listener->messages.empty());
+    EXPECT_EQ(listener->messages[0], "Hit dude -10 (80)");
+    EXPECT_FLOAT_EQ(health_at_message, 80.0f);
+    EXPECT_NE(enemy->state, EnemyPoliceDude::WaitAtWaypoint);
 }
 
 TEST_F(EnemyTest, DeletedPatrolLeavesNothingInTheCollisionManager) {
