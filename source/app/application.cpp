@@ -5,6 +5,11 @@
 
 #include "cfo/cfodocument.h"
 #include "events/events.h"
+#include "game/doors.h"
+#include "game/enemypolicedude.h"
+#include "game/item.h"
+#include "game/player.h"
+#include "game/trigger.h"
 #include "platform/banner.h"
 #include "platform/draw.h"
 #include "platform/glcaps.h"
@@ -55,9 +60,12 @@ void RegisterClasses(SceneManager* scene_manager) {
     // GUIList, GUIFileWindow, Scene, Player, EnemyPoliceDude, StaticGeometry, Trigger, Doors,
     // Item, WorldGeometry. The GUI classes register here, before the Scene.
     classes->Register<Scene>();
-    // --- Player, EnemyPoliceDude register here.
+    classes->Register<Player>();
+    classes->Register<EnemyPoliceDude>();
     classes->Register<StaticGeometry>();
-    // --- Trigger, Doors, Item register here.
+    classes->Register<Trigger>();
+    classes->Register<Doors>();
+    classes->Register<Item>();
     classes->Register<WorldGeometry>();
 }
 

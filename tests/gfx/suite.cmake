@@ -2,7 +2,8 @@
 # probe program, tests/probe, where a test looks inside the frame loop) inside
 # its own Xvfb (scripts/with-xvfb.sh) through the harness in tests/gfx/harness.py.
 # A script names its labels on a line "# labels: app;gfx" (default "app;gfx"); "gfx" is
-# always added so that `ctest -LE gfx` leaves them all out.
+# always added so that `ctest -LE gfx` leaves them all out. A line "# serial" runs the script
+# alone: a played scene whose physics steps grow with the frame time under load.
 find_package(Python3 COMPONENTS Interpreter)
 if(Python3_Interpreter_FOUND AND TARGET velmora AND TARGET velmora_probe)
   file(GLOB gfx_scripts CONFIGURE_DEPENDS ${CMAKE_CURRENT_LIST_DIR}/test_*.py)
@@ -19,6 +20,10 @@ if(Python3_Interpreter_FOUND AND TARGET velmora AND TARGET velmora_probe)
       COMMAND ${PROJECT_SOURCE_DIR}/scripts/with-xvfb.sh --size 1280x1024
               ${Python3_EXECUTABLE} ${script} $<TARGET_FILE:velmora> $<TARGET_FILE:velmora_probe>
       WORKING_DIRECTORY ${CMAKE_CURRENT_BINARY_DIR})
+    file(STRINGS ${script} gfx_serial_line REGEX "^# serial$" LIMIT_COUNT 1)
+    if(gfx_serial_line)
+      set_tests_properties(gfx.${gfx_name} PROPERTIES RUN_SERIAL TRUE)
+    endif()
     set_tests_properties(gfx.${gfx_name} PROPERTIES
       LABELS "${gfx_labels}"
       TIMEOUT 300

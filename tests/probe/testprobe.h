@@ -23,6 +23,8 @@
 //                                     N more frames, and ends the program
 //   resume_key=1;                     key "r" posts a ResumeGameEvent that resumes the
 //                                     world, as the main menu will (the world starts paused)
+//   log_messages=1;                   logs the text of every GameGUIMessageEvent, which the
+//                                     game's screens show ("message '<text>'")
 
 #include <GL/gl.h>
 #include <SDL.h>
@@ -79,6 +81,7 @@ public:
             CfoReadInt(node, "pause_ms", pause_ms);
             CfoReadInt(node, "bench_frames", bench_frames);
             CfoReadBool(node, "resume_key", resume_key);
+            CfoReadBool(node, "log_messages", log_messages);
             if (pause_ms < 0 || pause_ms > 60000) pause_ms = 0;
             if (bench_frames < 0) bench_frames = 0;
         }
@@ -91,6 +94,7 @@ public:
         events->AddHandler(this, &TestProbe::OnFrame);
         events->AddHandler(this, &TestProbe::OnInput);
         events->AddHandler(this, &TestProbe::OnResume);
+        if (log_messages) events->AddHandler(this, &TestProbe::OnMessage);
         Log("bound");
     }
 
@@ -148,6 +152,11 @@ public:
 
     bool OnResume(ResumeGameEvent* event) {
         Log("ResumeGameEvent %d in pass %u", event->resume ? 1 : 0, test_loop_pass);
+        return true;
+    }
+
+    bool OnMessage(GameGUIMessageEvent* event) {
+        Log("message '%s'", event->text.c_str());
         return true;
     }
 
@@ -214,6 +223,7 @@ private:
     bool loaded = false;
     bool log_input = false;
     bool resume_key = false;
+    bool log_messages = false;
     std::string load_path;
     std::string delete_name;
     bool has_quad = false;

@@ -313,6 +313,7 @@ def document():
     out.append('\tcamera_target = -800,500,160;\n')
     out.append('\tcamera_up = 0,0,1;\n')
     out.append('\tcamera_fov = 60;\n')
+    out.append('\tambient_sound = "%s";\n' % SOUND_RAIN)
     out.append('\tWorldGeometry = {\n')
     out.append('\t\tname = courtyard;\n')
     out.append('\t\t// Rebuilt on every load: the tree is written to the data folder and read back.\n')
@@ -331,7 +332,196 @@ def document():
         out.append('\t\t// %s\n' % comment)
         out.append('\t\tPhysicsStaticGeometry = { hull = { %s } }\n' % hull_text(points))
     out.append('\t}\n')
+    out.append(actors())
     out.append('}\n')
+    return ''.join(out)
+
+
+# The people and things of the level. The hero starts in the south of the square, facing the
+# yard door's switch a few steps ahead; three patrols walk their rounds (the square's passes
+# the hero's start); a sliding gate closes the east
+# yard and a hinged door the south-west yard, each opened by a switch on the square's side of
+# its wall; health kits and the strongbox wait in the yards.
+HERO_START = (40.0, -1250.0)
+SOUND_RAIN = 'resources/sounds/rain_loop.ogg'
+SOUND_DOOR = 'resources/sounds/door_move.wav'
+SOUND_SWITCH = 'resources/sounds/switch_click.wav'
+SOUND_PICKUP = 'resources/sounds/item_pickup.wav'
+SKINNED_SHADER = 'resources/shaders/quat_skinned_geometry.cg'
+
+# Each patrol: name, its round (counter-clockwise rectangles in open ground; every waypoint
+# links to the one before and the one after it, both ways), and its wait at a waypoint.
+PATROLS = [
+    ('patrol_square', [(-400.0, -1100.0), (300.0, -1100.0), (300.0, 150.0), (-400.0, 150.0)],
+     (2.0, 4.0)),
+    ('patrol_east_yard', [(2100.0, -1200.0), (3000.0, -1200.0), (3000.0, -100.0),
+                          (2100.0, -100.0)], (3.0, 5.0)),
+    ('patrol_south_yard', [(-1100.0, -1800.0), (700.0, -1800.0), (700.0, -2800.0),
+                           (-1100.0, -2800.0)], (2.0, 4.0)),
+]
+
+
+def walk_path_text(points):
+    """A round of waypoints, each linked to the one before and the one after it, the lower
+    index first. A patrol back from a chase (or one that starts on a waypoint) may read a
+    waypoint's first link as a place in that waypoint's own list of two: with the lower
+    index first it is always 0 or 1. Going on, a patrol avoids the link it came by, so it
+    keeps walking the same way round."""
+    n = len(points)
+    rows = []
+    for i, (x, y) in enumerate(points):
+        links = sorted({(i + 1) % n, (i - 1) % n})
+        rows.append('\t\t\t{ {%s} %s,%s,1 }\n' % (','.join(str(k) for k in links), num(x), num(y)))
+    return ''.join(rows)
+
+
+# The sliding gate stands against the east face of the east yard wall, across its gap (y
+# -300..-60), and slides north along the wall's face to open: never into the wall, whose
+# body it would push. The hinged door turns on a hinge 5 units east of the gap's west end
+# (the wall piece's body must stay clear of the swinging leaf) and swings into the
+# south-west yard. Both switches stand on the square's side of their walls, their rays
+# pointing into the square.
+GATE = {'name': 'east_gate', 'closed': (1826.0, -180.0), 'open': (1826.0, 60.0),
+        'switch': 'east_gate_switch', 'switch_at': (1740.0, -400.0), 'switch_ray': (-1.0, 0.0),
+        'opened': 'The east gate slides open', 'closed_text': 'The east gate is shut'}
+DOOR = {'name': 'yard_door', 'hinge': (105.0, -1500.0), 'switch': 'yard_door_switch',
+        'switch_at': (40.0, -1440.0), 'switch_ray': (0.0, 1.0),
+        'opened': 'The yard door swings open', 'closed_text': 'The yard door is shut'}
+# Items: kind, name, place, value, message.
+ITEMS = [
+    ('HEALTH', 'medkit_east_yard', (3080.0, 1050.0), 25.0,
+     'A medical kit: +25 health'),
+    ('HEALTH', 'medkit_south_yard', (-1230.0, -2840.0), 25.0,
+     'A medical kit: +25 health'),
+    ('TARGET', 'strongbox', (2120.0, -2820.0), 0.0,
+     'The strongbox is yours'),
+]
+
+
+def rectangle_hull(x0, y0, x1, y1):
+    return hull_text([(x0, y0), (x1, y0), (x1, y1), (x0, y1)])
+
+
+def switch_text(name, at, ray):
+    # The post stands 40 units in front of the wall on a solid plinth that reaches from the
+    # switch box's front back to the wall and past the post's sides: a figure walking up to
+    # it stops square in front of the box, within the ray's reach (15 units), and a long
+    # frame cannot carry it through the plinth.
+    depth = 40.0  # from the ray's origin back to the wall's face
+    if ray[0] == 0.0:
+        plinth = rectangle_hull(-30, -depth * ray[1], 30, 15 * ray[1])
+        if ray[1] < 0:
+            plinth = rectangle_hull(-30, -15, 30, depth)
+    else:
+        plinth = rectangle_hull(-depth * ray[0], -30, 15 * ray[0], 30)
+        if ray[0] < 0:
+            plinth = rectangle_hull(-15, -30, depth, 30)
+    out = ['\tTrigger = {\n', '\t\tname = %s;\n' % name,
+           '\t\topen_model = "resources/models/switch_on.asm";\n',
+           '\t\tclosed_model = "resources/models/switch_off.asm";\n',
+           '\t\topen_texture = "resources/textures/switch_on.dds";\n',
+           '\t\tclosed_texture = "resources/textures/switch_off.dds";\n',
+           '\t\topen_time = 1;\n', '\t\tclose_time = 1;\n',
+           '\t\tswitch_sound = "%s";\n' % SOUND_SWITCH,
+           '\t\tPhysicsRayCast = { position = %s,%s; direction = %s,%s; }\n'
+           % (num(at[0]), num(at[1]), num(ray[0]), num(ray[1])),
+           '\t\tPhysicsStaticGeometry = { hull = { %s } pos = %s,%s; }\n'
+           % (plinth, num(at[0]), num(at[1])),
+           '\t}\n']
+    return ''.join(out)
+
+
+def doors_text():
+    out = []
+    g = GATE
+    out.append('\t// The east yard\'s sliding gate and its switch.\n')
+    out.append('\tDoors = {\n')
+    out.append('\t\tname = %s;\n' % g['name'])
+    out.append('\t\tmodel = "resources/models/gate_slider.asm";\n')
+    out.append('\t\ttexture = "%s";\n' % TEX_WOOD)
+    out.append('\t\tactivator_name = %s;\n' % g['switch'])
+    out.append('\t\topen_message = "%s";\n' % g['opened'])
+    out.append('\t\tclose_message = "%s";\n' % g['closed_text'])
+    out.append('\t\topen_pos = %s,%s;\n' % tuple(num(v) for v in g['open']))
+    out.append('\t\tclosed_pos = %s,%s;\n' % tuple(num(v) for v in g['closed']))
+    out.append('\t\tmove_sound = "%s";\n' % SOUND_DOOR)
+    out.append('\t\ttype = slider;\n')
+    out.append('\t\tinit_state = 0;\n')
+    out.append('\t\tPhysicsCharacter = { pos = %s,%s; move_speed = 600; hull = { %s } }\n'
+               % (num(g['closed'][0]), num(g['closed'][1]), rectangle_hull(-5, -120, 5, 120)))
+    out.append('\t}\n')
+    out.append(switch_text(g['switch'], g['switch_at'], g['switch_ray']))
+    d = DOOR
+    out.append('\t// The south-west yard\'s hinged door and its switch. A turning door aims at a point\n')
+    out.append('\t// 1000 times its pose vector away; long vectors keep that point in the right\n')
+    out.append('\t// direction from the hinge whatever the door\'s place.\n')
+    out.append('\tDoors = {\n')
+    out.append('\t\tname = %s;\n' % d['name'])
+    out.append('\t\tmodel = "resources/models/door_hinged.asm";\n')
+    out.append('\t\ttexture = "%s";\n' % TEX_WOOD)
+    out.append('\t\tactivator_name = %s;\n' % d['switch'])
+    out.append('\t\topen_message = "%s";\n' % d['opened'])
+    out.append('\t\tclose_message = "%s";\n' % d['closed_text'])
+    out.append('\t\topen_pos = 0,-1000;\n')
+    out.append('\t\tclosed_pos = 1000,0;\n')
+    out.append('\t\tmove_sound = "%s";\n' % SOUND_DOOR)
+    out.append('\t\ttype = rotate;\n')
+    out.append('\t\tinit_state = 0;\n')
+    out.append('\t\tPhysicsCharacter = { pos = %s,%s; hull = { %s } }\n'
+               % (num(d['hinge'][0]), num(d['hinge'][1]), rectangle_hull(0, -4, 190, 4)))
+    out.append('\t}\n')
+    out.append(switch_text(d['switch'], d['switch_at'], d['switch_ray']))
+    return ''.join(out)
+
+
+def items_text():
+    out = ['\t// Things to pick up.\n']
+    for kind, name, (x, y), value, message in ITEMS:
+        model, texture, half = (('medkit.asm', 'resources/textures/item_medkit.dds', 16.0)
+                                if kind == 'HEALTH' else
+                                ('strongbox.asm', TEX_WOOD, 22.0))
+        out.append('\tItem = {\n')
+        out.append('\t\tname = %s;\n' % name)
+        out.append('\t\tmodel = "resources/models/%s";\n' % model)
+        out.append('\t\ttexture = "%s";\n' % texture)
+        out.append('\t\tpickup_message = "%s";\n' % message)
+        out.append('\t\tpickup_sound = "%s";\n' % SOUND_PICKUP)
+        out.append('\t\ttype = %s;\n' % kind)
+        out.append('\t\tvalue = %s;\n' % num(value))
+        out.append('\t\tPhysicsStaticGeometry = { hull = { %s } pos = %s,%s; }\n'
+                   % (rectangle_hull(-half, -half, half, half), num(x), num(y)))
+        out.append('\t}\n')
+    return ''.join(out)
+
+
+def actors():
+    out = []
+    out.append('\t// The hero.\n')
+    out.append('\tPlayer = {\n')
+    out.append('\t\tname = main_player;\n')
+    out.append('\t\tPhysicsCharacter = { pos = %s,%s; radius = 30; }\n' % tuple(num(v) for v in HERO_START))
+    out.append('\t}\n')
+    for name, points, wait in PATROLS:
+        x, y = points[0]
+        out.append('\t// A patrol and its round.\n')
+        out.append('\tEnemyPoliceDude = {\n')
+        out.append('\t\tname = %s;\n' % name)
+        out.append('\t\tEnemy = {\n')
+        out.append('\t\t\tPhysicsCharacter = { pos = %s,%s; radius = 30; }\n' % (num(x), num(y)))
+        out.append('\t\t\ttexture = "resources/textures/polic.dds";\n')
+        out.append('\t\t\tshader = "%s";\n' % SKINNED_SHADER)
+        out.append('\t\t\tmesh = "resources/models/polic.aam";\n')
+        for key, anim in (('ani_idle', 'idle'), ('ani_walk', 'walk'), ('ani_run', 'run'),
+                          ('ani_attack', 'attack')):
+            out.append('\t\t\t%s = "animations/polic_%s.cfo";\n' % (key, anim))
+        out.append('\t\t}\n')
+        out.append('\t\twalk_path = {\n')
+        out.append(walk_path_text(points))
+        out.append('\t\t}\n')
+        out.append('\t\twait_at_target = %s,%s;\n' % (num(wait[0]), num(wait[1])))
+        out.append('\t}\n')
+    out.append(doors_text())
+    out.append(items_text())
     return ''.join(out)
 
 
