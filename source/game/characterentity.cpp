@@ -123,15 +123,8 @@ void CharacterEntity::Render(RenderQueue* queue) {
     inView = true;
 
     // The program writes the fog coordinate itself, 0 at the eye to 1 where the view ends.
-    const GLfloat fog_color[4] = {0.65f, 0.6f, 0.4f, 0.0f};
     glEnable(GL_CULL_FACE);
-    glEnable(GL_FOG);
-    glFogi(GL_FOG_MODE, GL_LINEAR);
-    glFogfv(GL_FOG_COLOR, fog_color);
-    glFogf(GL_FOG_START, 0.0f);
-    glFogf(GL_FOG_END, 1.0f);
-    glHint(GL_FOG_HINT, GL_NICEST);
-    glFogi(GL_FOG_COORDINATE_SOURCE, GL_FOG_COORDINATE);
+    EnableProgramFog(0.65f, 0.6f, 0.4f, 0.0f);
 
     const HVector2 p = physics.GetPosition();
     glPushMatrix();

@@ -5,9 +5,9 @@
 
 #include "cfo/cfonode.h"
 #include "cfo/cforeaders.h"
-#include "game/player.h"
 #include "game/trigger.h"
 #include "physics/collisionmanager.h"
+#include "platform/draw.h"
 #include "platform/settings.h"
 #include "resources/resourcemanager.h"
 #include "scene/scenemanager.h"
@@ -20,8 +20,6 @@ const float kLightColor[3] = {1.0f, 1.0f, 0.6f};
 const GLfloat kFogColor[4] = {0.5f, 0.5f, 0.55f, 1.0f};
 
 }  // namespace
-
-Doors::~Doors() { DropQueuedCollisions(event_manager, &physics); }
 
 void Doors::Load(CfoNode* node, ResourceManager* resources) {
     Entity::Load(node, resources);
@@ -143,13 +141,7 @@ void Doors::BeginPropDraw(ShaderProgram* program) {
     glCullFace(GL_BACK);
     glEnable(GL_CULL_FACE);
     // The program writes the fog coordinate itself: 0 at the eye, 1 where the view closes.
-    glEnable(GL_FOG);
-    glFogi(GL_FOG_MODE, GL_LINEAR);
-    glFogfv(GL_FOG_COLOR, kFogColor);
-    glFogf(GL_FOG_START, 0.0f);
-    glFogf(GL_FOG_END, 1.0f);
-    glHint(GL_FOG_HINT, GL_NICEST);
-    glFogi(GL_FOG_COORDINATE_SOURCE, GL_FOG_COORDINATE);
+    EnableProgramFog(kFogColor[0], kFogColor[1], kFogColor[2], kFogColor[3]);
 
     ShaderProgram::EnableProfile(cg_vertex_profile);
     program->Bind();

@@ -60,7 +60,7 @@ public:
     Doors() = default;
     // The body leaves its manager (its own destructor), and the contacts of the last step
     // that are still queued forget it.
-    ~Doors() override;
+    ~Doors() override = default;
 
     // The shader, then "model", "texture", "activator_name", "open_message",
     // "close_message", "open_pos", "closed_pos", "move_sound", "type", "init_state" (which

@@ -4,7 +4,6 @@
 
 #include "cfo/cfonode.h"
 #include "cfo/cforeaders.h"
-#include "game/player.h"
 #include "math/hmath.h"
 #include "math/hvector3.h"
 #include "physics/collisionmanager.h"
@@ -13,12 +12,6 @@
 EnemyPoliceDude::EnemyPoliceDude() {
     frontRay.SetOrigin(HVector2(0.0f, 0.0f));
     frontRay.SetDirection(HVector2(1.0f, 0.0f));
-}
-
-EnemyPoliceDude::~EnemyPoliceDude() {
-    DropQueuedCollisions(event_manager, &frontRay);
-    DropQueuedCollisions(event_manager, &playerRay);
-    DropQueuedCollisions(event_manager, &physics);
 }
 
 void EnemyPoliceDude::Load(CfoNode* node, ResourceManager* resources) {

@@ -37,7 +37,7 @@ public:
     // Takes the rays and the body out of the collision events still queued (the other side
     // of a contact must not read them once they are gone); the members' own destructors
     // then take them out of the manager.
-    ~EnemyPoliceDude() override;
+    ~EnemyPoliceDude() override = default;
 
     // The child "Enemy" through LoadCharacter, the child "walk_path", "wait_at_target" (two
     // floats, default 3,5), then the entity's own keys.

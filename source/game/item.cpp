@@ -7,6 +7,7 @@
 #include "cfo/cforeaders.h"
 #include "game/player.h"
 #include "physics/collisionmanager.h"
+#include "platform/draw.h"
 #include "resources/resourcemanager.h"
 #include "scene/scenemanager.h"
 #include "world/staticgeometry.h"
@@ -18,8 +19,6 @@ constexpr float kLightPos[3] = {0.0f, 0.0f, 100.0f};
 constexpr float kLightColor[3] = {1.0f, 1.0f, 0.6f};
 
 }  // namespace
-
-Item::~Item() { DropQueuedCollisions(event_manager, &geometry); }
 
 void Item::Load(CfoNode* node, ResourceManager* resources) {
     if (resources != nullptr)
@@ -105,14 +104,7 @@ void Item::Render(RenderQueue*) {
     glCullFace(GL_BACK);
     glEnable(GL_CULL_FACE);
     // The level's fog over the program's fog coordinate.
-    const GLfloat fog_color[4] = {0.5f, 0.5f, 0.55f, 1.0f};
-    glEnable(GL_FOG);
-    glFogi(GL_FOG_MODE, GL_LINEAR);
-    glFogfv(GL_FOG_COLOR, fog_color);
-    glFogf(GL_FOG_START, 0.0f);
-    glFogf(GL_FOG_END, 1.0f);
-    glHint(GL_FOG_HINT, GL_NICEST);
-    glFogi(GL_FOG_COORDINATE_SOURCE, GL_FOG_COORDINATE);
+    EnableProgramFog(0.5f, 0.5f, 0.55f, 1.0f);
     ShaderProgram* program = shader.Get();
     ShaderProgram::EnableProfile(cg_vertex_profile);
     program->Bind();

@@ -32,7 +32,7 @@ public:
     enum Kind : int32_t { HEALTH = 0, TARGET = 1 };
 
     Item() = default;
-    ~Item() override;
+    ~Item() override = default;
 
     // The fixed shader, then "model", "texture", "pickup_message", "pickup_sound", "type",
     // "value", "transf" and the "PhysicsStaticGeometry" child, then the entity keys. A null

@@ -9,6 +9,7 @@
 #include "cfo/cfonode.h"
 #include "math/hmath.h"
 #include "math/hquaternion.h"
+#include "platform/draw.h"
 #include "physics/collisionmanager.h"
 #include "platform/settings.h"
 #include "resources/resourcemanager.h"
@@ -50,27 +51,6 @@ void BindFiltered(uint32_t texture) {
 }
 
 }  // namespace
-
-void DropQueuedCollisions(EventManager* events, const PhysicsObject* object) {
-    if (events == nullptr || object == nullptr) return;
-    for (std::list<BaseEvent*>* list : {events->next, events->delayed, events->current}) {
-        if (list == nullptr) continue;
-        for (BaseEvent* event : *list) {
-            if (event == nullptr || event->GetTypeKey() != GenericCollisionEvent::StaticTypeKey())
-                continue;
-            auto* contact = static_cast<GenericCollisionEvent*>(event);
-            if (contact->self == object) contact->self = nullptr;
-            if (contact->other == object) contact->other = nullptr;
-        }
-    }
-}
-
-Player::~Player() {
-    // The members' own destructors take them out of the manager after this body runs.
-    DropQueuedCollisions(event_manager, &physics);
-    DropQueuedCollisions(event_manager, &attackRay);
-    DropQueuedCollisions(event_manager, &cameraRay);
-}
 
 void Player::Load(CfoNode* node, ResourceManager* resources) {
     if (resources != nullptr) {
@@ -388,15 +368,8 @@ void Player::Render(RenderQueue* queue) {
         ShaderProgram::DisableProfile(cg_fragment_profile);
     } else {
         // The level's fog, written by the program as its fog coordinate.
-        const GLfloat fog_color[4] = {0.5f, 0.5f, 0.55f, 1.0f};
         glEnable(GL_CULL_FACE);
-        glEnable(GL_FOG);
-        glFogi(GL_FOG_MODE, GL_LINEAR);
-        glFogfv(GL_FOG_COLOR, fog_color);
-        glFogf(GL_FOG_START, 0.0f);
-        glFogf(GL_FOG_END, 1.0f);
-        glHint(GL_FOG_HINT, GL_NICEST);
-        glFogi(GL_FOG_COORDINATE_SOURCE, GL_FOG_COORDINATE);
+        EnableProgramFog(0.5f, 0.5f, 0.55f, 1.0f);
         ShaderProgram* program = shader.Get();
         ShaderProgram::EnableProfile(cg_vertex_profile);
         program->Bind();

@@ -10,8 +10,8 @@
 // and its handles. The physics objects join the CollisionManager in Bind; the manager only
 // holds pointers and each object's destructor takes it out again, so the player may be
 // deleted between two steps (a DeleteEntityEvent, a scene change). Collision events that
-// the last step queued and that name one of its objects lose that pointer when the player
-// goes (DropQueuedCollisions), so that nobody reads a freed object from them.
+// the last step queued and that name one of its objects lose that pointer when the manager
+// lets the object go, so that nobody reads a freed object from them.
 //
 // A dead player is paused: its body stops and input is ignored. Nothing here brings it
 // back; reloading the scene does.
@@ -33,12 +33,6 @@
 #include "world/animator.h"
 #include "world/meshaam.h"
 
-// Takes `object` out of every GenericCollisionEvent still waiting in `events` (its `self`
-// or `other` becomes 0; receivers ignore such events). An entity whose physics objects die
-// calls it, so that the contacts of the last step cannot hand a freed object to the other
-// side of the pair in the next update. Null arguments do nothing.
-void DropQueuedCollisions(EventManager* events, const PhysicsObject* object);
-
 class Player : public Entity, public EventListener {
     VELMORA_ENTITY_TYPE("Player")
 
@@ -57,7 +51,7 @@ public:
 
     Player() = default;
     // The body and the rays leave their manager; the queued contacts forget them.
-    ~Player() override;
+    ~Player() override = default;
 
     // The fixed textures and shader, the "PhysicsCharacter" child, the entity keys, the mesh
     // "resources/models/orsin.aam", the four animations bound to its skeleton, the two

@@ -5,17 +5,11 @@
 #include "cfo/cfonode.h"
 #include "cfo/cforeaders.h"
 #include "game/doors.h"
-#include "game/player.h"
 #include "physics/collisionmanager.h"
 #include "platform/settings.h"
 #include "resources/resourcemanager.h"
 #include "scene/scenemanager.h"
 #include "world/staticgeometry.h"
-
-Trigger::~Trigger() {
-    DropQueuedCollisions(event_manager, &geometry);
-    DropQueuedCollisions(event_manager, &ray);
-}
 
 void Trigger::Load(CfoNode* node, ResourceManager* resources) {
     Entity::Load(node, resources);

@@ -38,7 +38,7 @@ public:
     Trigger() = default;
     // The shape and the ray leave their manager (their own destructors), and the contacts of
     // the last step that are still queued forget them.
-    ~Trigger() override;
+    ~Trigger() override = default;
 
     // The shader, then "open_model", "closed_model", "open_texture", "closed_texture",
     // "open_time", "close_time", "open_message", "close_message", "switch_sound", "transf"

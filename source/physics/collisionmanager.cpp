@@ -113,6 +113,26 @@ void CollisionManager::RemoveObject(PhysicsObject* obj) {
     objects.remove(obj);
     // The tree must not keep a pointer to an object that may be dying.
     if (obj->treeNode) RemoveFromTree(obj);
+    ForgetQueuedContacts(obj);
+}
+
+// The contacts of the last step reach their entities one update later; an object that
+// leaves the world in between (its owner deleted, the scene changed) must not be handed to
+// the other side of the pair from them. Its place in each waiting event becomes 0, which
+// receivers ignore.
+void CollisionManager::ForgetQueuedContacts(const PhysicsObject* obj) {
+    if (eventManager == nullptr || obj == nullptr) return;
+    for (std::list<BaseEvent*>* list :
+         {eventManager->next, eventManager->delayed, eventManager->current}) {
+        if (list == nullptr) continue;
+        for (BaseEvent* event : *list) {
+            if (event == nullptr || event->GetTypeKey() != GenericCollisionEvent::StaticTypeKey())
+                continue;
+            auto* contact = static_cast<GenericCollisionEvent*>(event);
+            if (contact->self == obj) contact->self = nullptr;
+            if (contact->other == obj) contact->other = nullptr;
+        }
+    }
 }
 
 CollisionHandler* CollisionManager::FindHandler(int firstId, int secondId) const {

@@ -108,7 +108,10 @@ public:
     EventManager* GetEventManager() const { return eventManager; }
 
     void AddObject(PhysicsObject* obj);
+    // Takes the object out of the world, and out of the contacts still waiting in the
+    // event queue (ForgetQueuedContacts).
     void RemoveObject(PhysicsObject* obj);
+    void ForgetQueuedContacts(const PhysicsObject* obj);
     CollisionHandler* FindHandler(int firstId, int secondId) const;
 
     void Step(float dt, float time);

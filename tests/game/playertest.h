@@ -76,7 +76,6 @@ class Dummy : public Entity, public EventListener {
     VELMORA_ENTITY_TYPE("Dummy")
 
 public:
-    ~Dummy() override { DropQueuedCollisions(event_manager, &physics); }
     void Load(CfoNode* node, ResourceManager* resources) override {
         if (node != nullptr) physics.Load(node->FindChild("PhysicsCharacter"));
         Entity::Load(node, resources);

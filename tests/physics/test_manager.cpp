@@ -742,3 +742,41 @@ TEST(PhysicsBadInput, DegenerateBodiesInAStep) {
     for (PhysicsObject* o : std::initializer_list<PhysicsObject*>{&empty, &zero, &one, &line, &ray})
         m.RemoveObject(o);
 }
+
+TEST(PhysicsManager, AnObjectLeavingTheWorldLeavesTheQueuedContactsToo) {
+    EventManager events;
+    CollisionManager m;
+    m.SetEventManager(&events);
+    auto* leaving = new PhysicsCharacter();
+    PhysicsCharacter staying;
+    m.AddObject(leaving);
+    m.AddObject(&staying);
+    // Two contacts of the last step wait for the next update, one each way round, and a
+    // third between other objects.
+    auto* mine = new GenericCollisionEvent();
+    mine->self = leaving;
+    mine->other = &staying;
+    auto* theirs = new GenericCollisionEvent();
+    theirs->self = &staying;
+    theirs->other = leaving;
+    auto* unrelated = new GenericCollisionEvent();
+    unrelated->self = &staying;
+    unrelated->other = &staying;
+    events.Post(mine);
+    events.Post(theirs, 1.0f);  // a delayed one too
+    events.Post(unrelated);
+    delete leaving;  // the base destructor takes it out of the manager
+    EXPECT_EQ(mine->self, nullptr);
+    EXPECT_EQ(mine->other, &staying);
+    EXPECT_EQ(theirs->self, &staying);
+    EXPECT_EQ(theirs->other, nullptr);
+    EXPECT_EQ(unrelated->self, &staying);
+    EXPECT_EQ(unrelated->other, &staying);
+    // Without an event manager there is nothing to forget.
+    CollisionManager quiet;
+    PhysicsRayCast ray;
+    quiet.AddObject(&ray);
+    quiet.RemoveObject(&ray);
+    EXPECT_TRUE(quiet.objects.empty());
+    ray.manager = nullptr;
+}
