@@ -5,25 +5,19 @@
 
 #include "cfo/cfonode.h"
 #include "cfo/cforeaders.h"
+#include "game/propdraw.h"
 #include "game/trigger.h"
 #include "physics/collisionmanager.h"
-#include "platform/draw.h"
 #include "platform/settings.h"
 #include "resources/resourcemanager.h"
 #include "scene/scenemanager.h"
 #include "world/staticgeometry.h"
 
-namespace {
-
-const float kLightPos[3] = {0.0f, 0.0f, 100.0f};
-const float kLightColor[3] = {1.0f, 1.0f, 0.6f};
-const GLfloat kFogColor[4] = {0.5f, 0.5f, 0.55f, 1.0f};
-
-}  // namespace
+namespace {}  // namespace
 
 void Doors::Load(CfoNode* node, ResourceManager* resources) {
     Entity::Load(node, resources);
-    if (resources != nullptr) resources->Load(shader, kShaderFile);
+    if (resources != nullptr) resources->Load(shader, kPropShaderFile);
 
     std::string text;
     if (node != nullptr) {
@@ -135,30 +129,6 @@ bool Doors::OnActivation(TriggerActivationEvent* event) {
     else if (state == CLOSED)
         Open();
     return true;
-}
-
-void Doors::BeginPropDraw(ShaderProgram* program) {
-    glCullFace(GL_BACK);
-    glEnable(GL_CULL_FACE);
-    // The program writes the fog coordinate itself: 0 at the eye, 1 where the view closes.
-    EnableProgramFog(kFogColor[0], kFogColor[1], kFogColor[2], kFogColor[3]);
-
-    ShaderProgram::EnableProfile(cg_vertex_profile);
-    program->Bind();
-    program->SetStateMatrix("ModelViewProj", SHADER_MODELVIEW_PROJECTION_MATRIX,
-                            SHADER_MATRIX_IDENTITY);
-    // The program takes the eye back to the world with the inverted model-view matrix.
-    program->SetStateMatrix("ModelView", SHADER_MODELVIEW_MATRIX, SHADER_MATRIX_INVERSE);
-    program->SetParameter3fv("LigthPos", kLightPos);
-    program->SetParameter3fv("LigthColor", kLightColor);
-
-    glColor4f(1.0f, 1.0f, 1.0f, 1.0f);
-    glEnable(GL_TEXTURE_2D);
-}
-
-void Doors::EndPropDraw() {
-    ShaderProgram::DisableProfile(cg_vertex_profile);
-    glBindTexture(GL_TEXTURE_2D, 0);
 }
 
 void Doors::Render(RenderQueue*) {

@@ -87,15 +87,6 @@ public:
     bool OnCollision(GenericCollisionEvent* event);
     bool OnActivation(TriggerActivationEvent* event);
 
-    // What the props of a level share when drawing (the switches too): back faces culled,
-    // the fog of the figures in the colour (0.5, 0.5, 0.55), the simple static shader bound
-    // with its matrices and the light at (0, 0, 100) in the colour (1, 1, 0.6), white, and
-    // texturing on. EndPropDraw unbinds the shader and the texture.
-    static void BeginPropDraw(ShaderProgram* program);
-    static void EndPropDraw();
-    // The shader every prop draws with.
-    static constexpr const char* kShaderFile = "resources/shaders/static_geometry_simple.cg";
-
     ResourceHandle<TextureDDS> texture;
     ResourceHandle<MeshASM> model;
     ResourceHandle<Sound> moveSound;

@@ -6,8 +6,8 @@
 #include "cfo/cfonode.h"
 #include "cfo/cforeaders.h"
 #include "game/player.h"
+#include "game/propdraw.h"
 #include "physics/collisionmanager.h"
-#include "platform/draw.h"
 #include "resources/resourcemanager.h"
 #include "scene/scenemanager.h"
 #include "world/staticgeometry.h"
@@ -15,14 +15,11 @@
 namespace {
 
 // The light of the level's props.
-constexpr float kLightPos[3] = {0.0f, 0.0f, 100.0f};
-constexpr float kLightColor[3] = {1.0f, 1.0f, 0.6f};
 
 }  // namespace
 
 void Item::Load(CfoNode* node, ResourceManager* resources) {
-    if (resources != nullptr)
-        resources->Load(shader, "resources/shaders/static_geometry_simple.cg");
+    if (resources != nullptr) resources->Load(shader, kPropShaderFile);
     if (node != nullptr) {
         std::string text;
         if (resources != nullptr) {
@@ -101,22 +98,9 @@ void Item::Render(RenderQueue*) {
     glPushMatrix();
     const HVector2 at = geometry.GetPosition();
     glTranslatef(at.x, at.y, 0.0f);
-    glCullFace(GL_BACK);
-    glEnable(GL_CULL_FACE);
-    // The level's fog over the program's fog coordinate.
-    EnableProgramFog(0.5f, 0.5f, 0.55f, 1.0f);
-    ShaderProgram* program = shader.Get();
-    ShaderProgram::EnableProfile(cg_vertex_profile);
-    program->Bind();
-    program->SetStateMatrix("ModelViewProj", SHADER_MODELVIEW_PROJECTION_MATRIX,
-                            SHADER_MATRIX_IDENTITY);
-    program->SetStateMatrix("ModelView", SHADER_MODELVIEW_MATRIX, SHADER_MATRIX_INVERSE);
-    program->SetParameter3fv("LigthPos", kLightPos);
-    program->SetParameter3fv("LigthColor", kLightColor);
-    glColor4f(1.0f, 1.0f, 1.0f, 1.0f);
-    glEnable(GL_TEXTURE_2D);
+    BeginPropDraw(shader.Get());
     glBindTexture(GL_TEXTURE_2D, texture->texture_id);
     model->Draw();
-    ShaderProgram::DisableProfile(cg_vertex_profile);
+    EndPropDraw();
     glPopMatrix();
 }

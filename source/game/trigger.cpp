@@ -4,7 +4,7 @@
 
 #include "cfo/cfonode.h"
 #include "cfo/cforeaders.h"
-#include "game/doors.h"
+#include "game/propdraw.h"
 #include "physics/collisionmanager.h"
 #include "platform/settings.h"
 #include "resources/resourcemanager.h"
@@ -13,7 +13,7 @@
 
 void Trigger::Load(CfoNode* node, ResourceManager* resources) {
     Entity::Load(node, resources);
-    if (resources != nullptr) resources->Load(shader, Doors::kShaderFile);
+    if (resources != nullptr) resources->Load(shader, kPropShaderFile);
     if (node == nullptr) return;
 
     std::string text;
@@ -91,12 +91,12 @@ void Trigger::Render(RenderQueue*) {
     glPushMatrix();
     const HVector2 pos = ray.GetPosition();
     glTranslatef(pos.x, pos.y, 0.0f);
-    Doors::BeginPropDraw(shader.Get());
+    BeginPropDraw(shader.Get());
     if (model.IsValid()) {
         if (texture.IsValid()) texture->Bind();
         model->Draw();
     }
-    Doors::EndPropDraw();
+    EndPropDraw();
     glPopMatrix();
     if (r_debug_physics) glPolygonMode(GL_FRONT_AND_BACK, GL_FILL);
 }

@@ -15,6 +15,7 @@
 #include "cfo/cfodocument.h"
 #include "cfo/cfonode.h"
 #include "cfo/file.h"
+#include "propstest.h"
 #include "support/tempfolder.h"
 #include "events/events.h"
 #include "game/doors.h"
@@ -28,34 +29,12 @@
 
 namespace {
 
-// A folder of its own on the search path with a copy of the game's door sound (1.8 s) as
-// "sound_test/move.wav", so that the rest of the data stays out of the other tests' way.
-const std::string& SoundFolder() {
-    static testsupport::MountedTempFolder folder("velmora_doors");
-    static const bool copied = [] {
-        if (folder.path.empty()) return false;
-        std::ifstream in(std::string(VELMORA_SOURCE_DIR) + "/data/resources/sounds/door_move.wav",
-                         std::ios::binary);
-        const std::string bytes((std::istreambuf_iterator<char>(in)), {});
-        testsupport::WriteNativeFile(folder.path, "sound_test/move.wav", bytes.data(),
-                                     bytes.size());
-        return !bytes.empty();
-    }();
-    static const std::string none;
-    return copied ? folder.path : none;
-}
+const std::string& SoundFolder() { return propstest::SoundFolder("velmora_doors"); }
 
-struct DoorDoc {
-    CfoDocument doc;
-    explicit DoorDoc(const std::string& text) { EXPECT_TRUE(doc.Parse(text)); }
-    CfoNode* Node(const std::string& name) { return doc.FindChild(name); }
-};
+using DoorDoc = propstest::Doc;
 
 std::vector<std::string> HandlerNamesOf(EventManager& events, Entity* owner) {
-    std::vector<std::string> names;
-    for (EventHandler* h : events.handlers)
-        if (h->IsOwner(owner)) names.push_back(h->GetEventTypeName());
-    return names;
+    return propstest::HandlerNames(events, owner);
 }
 
 // The texts of the GUI messages waiting in the queue, and whether each is a broadcast.

@@ -13,6 +13,7 @@
 #include "cfo/cfodocument.h"
 #include "cfo/cfonode.h"
 #include "cfo/file.h"
+#include "propstest.h"
 #include "support/tempfolder.h"
 #include "events/events.h"
 #include "game/doors.h"
@@ -25,34 +26,12 @@
 
 namespace {
 
-// A folder of its own on the search path with a copy of the game's door sound (1.8 s) as
-// "sound_test/move.wav", so that the rest of the data stays out of the other tests' way.
-const std::string& SoundFolder() {
-    static testsupport::MountedTempFolder folder("velmora_trigger");
-    static const bool copied = [] {
-        if (folder.path.empty()) return false;
-        std::ifstream in(std::string(VELMORA_SOURCE_DIR) + "/data/resources/sounds/door_move.wav",
-                         std::ios::binary);
-        const std::string bytes((std::istreambuf_iterator<char>(in)), {});
-        testsupport::WriteNativeFile(folder.path, "sound_test/move.wav", bytes.data(),
-                                     bytes.size());
-        return !bytes.empty();
-    }();
-    static const std::string none;
-    return copied ? folder.path : none;
-}
+const std::string& SoundFolder() { return propstest::SoundFolder("velmora_trigger"); }
 
-struct TriggerDoc {
-    CfoDocument doc;
-    explicit TriggerDoc(const std::string& text) { EXPECT_TRUE(doc.Parse(text)); }
-    CfoNode* Node(const std::string& name) { return doc.FindChild(name); }
-};
+using TriggerDoc = propstest::Doc;
 
 std::vector<std::string> TriggerHandlerNames(EventManager& events, Entity* owner) {
-    std::vector<std::string> names;
-    for (EventHandler* h : events.handlers)
-        if (h->IsOwner(owner)) names.push_back(h->GetEventTypeName());
-    return names;
+    return propstest::HandlerNames(events, owner);
 }
 
 // What waits in the queue: "activation:<kind>" for each activation (all of `from`), the
