@@ -102,19 +102,6 @@ void CharacterEntity::UpdateMesh(float time) {
     if (inView) animator.Update(mesh, time);
 }
 
-namespace {
-
-// Anisotropy when the card has it, trilinear in any case.
-void BindFiltered(uint32_t texture) {
-    glBindTexture(GL_TEXTURE_2D, texture);
-    if (max_anisotropy > 1.0f)
-        glTexParameterf(GL_TEXTURE_2D, GL_TEXTURE_MAX_ANISOTROPY_EXT, max_anisotropy);
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_LINEAR);
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_LINEAR_MIPMAP_LINEAR);
-}
-
-}  // namespace
-
 void CharacterEntity::Render(RenderQueue* queue) {
     if (queue != nullptr && queue->camera != nullptr && !queue->camera->IsBoxVisible(boundingBox)) {
         inView = false;
@@ -134,15 +121,13 @@ void CharacterEntity::Render(RenderQueue* queue) {
 
     glEnable(GL_DEPTH_TEST);
     glEnable(GL_TEXTURE_2D);
-    BindFiltered(texture->texture_id);
+    BindCharacterTexture(texture->texture_id);
     glColor4f(1.0f, 1.0f, 1.0f, 1.0f);
 
     const float light_color[3] = {1.0f, 1.0f, 0.6f};
     ShaderProgram::EnableProfile(cg_vertex_profile);
     shader->Bind();
-    shader->SetStateMatrix("ModelViewProj", SHADER_MODELVIEW_PROJECTION_MATRIX,
-                           SHADER_MATRIX_IDENTITY);
-    shader->SetStateMatrix("ModelView", SHADER_MODELVIEW_MATRIX, SHADER_MATRIX_INVERSE);
+    shader->SetViewMatrices();
     shader->SetParameter3fv("LigthColor", light_color);
     SetBoneParameters(shader.Get(), mesh);
     DrawSkinnedMesh(mesh);

@@ -40,16 +40,6 @@ int RootBoneOf(const MeshAAM& mesh) {
     return 0;
 }
 
-// The characters' texture filtering: anisotropic when the card offers more than 1, linear
-// magnification, trilinear minification.
-void BindFiltered(uint32_t texture) {
-    glBindTexture(GL_TEXTURE_2D, texture);
-    if (max_anisotropy > 1.0f)
-        glTexParameterf(GL_TEXTURE_2D, GL_TEXTURE_MAX_ANISOTROPY_EXT, max_anisotropy);
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_LINEAR);
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_LINEAR_MIPMAP_LINEAR);
-}
-
 }  // namespace
 
 void Player::Load(CfoNode* node, ResourceManager* resources) {
@@ -326,7 +316,7 @@ void Player::Render(RenderQueue* queue) {
     glRotatef(physics.GetOrientation() + 90.0f, 0.0f, 0.0f, 1.0f);
     glEnable(GL_DEPTH_TEST);
     glEnable(GL_TEXTURE_2D);
-    BindFiltered(diffuseTexture->texture_id);
+    BindCharacterTexture(diffuseTexture->texture_id);
     glColor4f(1.0f, 1.0f, 1.0f, 1.0f);
     glScalef(1.22f, 1.22f, 1.22f);
 
@@ -344,9 +334,7 @@ void Player::Render(RenderQueue* queue) {
         ShaderProgram* fragment = advancedFragment.Get();
         ShaderProgram::EnableProfile(cg_vertex_profile);
         vertex->Bind();
-        vertex->SetStateMatrix("ModelViewProj", SHADER_MODELVIEW_PROJECTION_MATRIX,
-                               SHADER_MATRIX_IDENTITY);
-        vertex->SetStateMatrix("ModelView", SHADER_MODELVIEW_MATRIX, SHADER_MATRIX_INVERSE);
+        vertex->SetViewMatrices();
         vertex->SetParameter3fv("LigthPos", kLightPos);
         vertex->SetParameter3fv("LigthColor", kLightColor);
         vertex->SetParameter3fv("CameraPos", camera_pos);
@@ -373,9 +361,7 @@ void Player::Render(RenderQueue* queue) {
         ShaderProgram* program = shader.Get();
         ShaderProgram::EnableProfile(cg_vertex_profile);
         program->Bind();
-        program->SetStateMatrix("ModelViewProj", SHADER_MODELVIEW_PROJECTION_MATRIX,
-                                SHADER_MATRIX_IDENTITY);
-        program->SetStateMatrix("ModelView", SHADER_MODELVIEW_MATRIX, SHADER_MATRIX_INVERSE);
+        program->SetViewMatrices();
         program->SetParameter3fv("LigthColor", kLightColor);
         SetBoneParameters(program, mesh);
         DrawSkinnedMesh(mesh);

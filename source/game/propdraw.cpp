@@ -20,10 +20,7 @@ void BeginPropDraw(ShaderProgram* program) {
 
     ShaderProgram::EnableProfile(cg_vertex_profile);
     program->Bind();
-    program->SetStateMatrix("ModelViewProj", SHADER_MODELVIEW_PROJECTION_MATRIX,
-                            SHADER_MATRIX_IDENTITY);
-    // The program takes the eye back to the world with the inverted model-view matrix.
-    program->SetStateMatrix("ModelView", SHADER_MODELVIEW_MATRIX, SHADER_MATRIX_INVERSE);
+    program->SetViewMatrices();
     program->SetParameter3fv("LigthPos", kLightPos);
     program->SetParameter3fv("LigthColor", kLightColor);
 

@@ -341,6 +341,11 @@ void ShaderProgram::Store(const std::string& name, Parameter::Kind kind, int com
         Apply(state.active, name, p);
 }
 
+void ShaderProgram::SetViewMatrices() {
+    SetStateMatrix("ModelViewProj", SHADER_MODELVIEW_PROJECTION_MATRIX, SHADER_MATRIX_IDENTITY);
+    SetStateMatrix("ModelView", SHADER_MODELVIEW_MATRIX, SHADER_MATRIX_INVERSE);
+}
+
 void ShaderProgram::SetStateMatrix(const std::string& name, ShaderStateMatrix matrix,
                                    ShaderMatrixTransform transform) {
     float gl_modelview[16], gl_projection[16];

@@ -85,6 +85,9 @@ public:
 
     void SetStateMatrix(const std::string& name, ShaderStateMatrix matrix,
                         ShaderMatrixTransform transform);
+    // The two matrices every vertex program of the game takes: "ModelViewProj", and
+    // "ModelView" inverted, which takes the eye back into the drawn object's space.
+    void SetViewMatrices();
     void SetParameter3fv(const std::string& name, const float* vector);
     void SetParameterArray3f(const std::string& name, int count, const float* data);
     void SetParameterArray4f(const std::string& name, int count, const float* data);

@@ -12,6 +12,7 @@
 // with no attribute locations to bind before the link. Only the characters' Render
 // calls these, inside the "EnableProfile, Bind, set parameters, draw" order.
 
+#include <cstdint>
 #include <vector>
 
 class MeshAAM;
@@ -32,5 +33,8 @@ void SetBoneParameters(ShaderProgram* program, const MeshAAM& mesh);
 // client unit. A mesh whose arrays are shorter than its vertex count draws nothing and
 // says so.
 void DrawSkinnedMesh(const MeshAAM& mesh);
+// Binds a character's texture with the characters' filtering: anisotropic when the card
+// offers more than 1, linear magnification, trilinear minification.
+void BindCharacterTexture(uint32_t texture);
 // Whether the mesh's arrays hold what DrawSkinnedMesh reads.
 bool SkinnedMeshDrawable(const MeshAAM& mesh);

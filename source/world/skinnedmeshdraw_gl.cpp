@@ -1,6 +1,7 @@
 #include <iostream>
 
 #include "gl/glprocs.h"
+#include "platform/settings.h"
 #include "world/meshaam.h"
 #include "world/skinnedmeshdraw.h"
 
@@ -36,4 +37,12 @@ void DrawSkinnedMesh(const MeshAAM& mesh) {
     glDisableClientState(GL_TEXTURE_COORD_ARRAY);
     glDisableClientState(GL_NORMAL_ARRAY);
     glDisableClientState(GL_VERTEX_ARRAY);
+}
+
+void BindCharacterTexture(uint32_t texture) {
+    glBindTexture(GL_TEXTURE_2D, texture);
+    if (max_anisotropy > 1.0f)
+        glTexParameterf(GL_TEXTURE_2D, GL_TEXTURE_MAX_ANISOTROPY_EXT, max_anisotropy);
+    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_LINEAR);
+    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_LINEAR_MIPMAP_LINEAR);
 }

@@ -131,13 +131,6 @@ void BeginWorldState() {
     glBlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
 }
 
-void SetMatrices(ShaderProgram* program) {
-    program->SetStateMatrix("ModelViewProj", SHADER_MODELVIEW_PROJECTION_MATRIX,
-                            SHADER_MATRIX_IDENTITY);
-    // The program gets the model-view matrix inverted: it takes the eye back to the world.
-    program->SetStateMatrix("ModelView", SHADER_MODELVIEW_MATRIX, SHADER_MATRIX_INVERSE);
-}
-
 }  // namespace
 
 void WorldGeometry::RenderSimple(RenderQueue* queue) {
@@ -151,7 +144,7 @@ void WorldGeometry::RenderSimple(RenderQueue* queue) {
 
     ShaderProgram::EnableProfile(cg_vertex_profile);
     vertex_program->Bind();
-    SetMatrices(vertex_program.Get());
+    vertex_program->SetViewMatrices();
     vertex_program->SetParameter3fv("LigthPos", kSimpleLightPos);
     vertex_program->SetParameter3fv("LigthColor", kLightColor);
 
@@ -182,7 +175,7 @@ void WorldGeometry::RenderAdvanced(RenderQueue* queue) {
 
     ShaderProgram::EnableProfile(cg_vertex_profile);
     vertex_program->Bind();
-    SetMatrices(vertex_program.Get());
+    vertex_program->SetViewMatrices();
     // The light is a position for the vertex stage ...
     vertex_program->SetParameter3fv("LigthPos", light_pos);
     vertex_program->SetParameter3fv("LigthColor", kLightColor);

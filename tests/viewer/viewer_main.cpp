@@ -139,15 +139,6 @@ struct AnyTexture {
     }
 };
 
-// The characters' filtering: anisotropy when the card has it, trilinear otherwise.
-void BindFiltered(uint32_t texture) {
-    glBindTexture(GL_TEXTURE_2D, texture);
-    if (max_anisotropy > 1.0f)
-        glTexParameterf(GL_TEXTURE_2D, GL_TEXTURE_MAX_ANISOTROPY_EXT, max_anisotropy);
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_LINEAR);
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_LINEAR_MIPMAP_LINEAR);
-}
-
 int RootBone(const MeshAAM& mesh) {
     for (size_t i = 0; i < mesh.bones.size(); ++i)
         if (mesh.bones[i].parent_id < 0) return int(i);
@@ -182,13 +173,11 @@ void DrawSimple(ShaderProgram* shader, uint32_t texture, const MeshAAM& mesh) {
     EnableProgramFog(0.5f, 0.5f, 0.55f, 1.0f);
     glEnable(GL_DEPTH_TEST);
     glEnable(GL_TEXTURE_2D);
-    BindFiltered(texture);
+    BindCharacterTexture(texture);
     glColor4f(1.0f, 1.0f, 1.0f, 1.0f);
     ShaderProgram::EnableProfile(cg_vertex_profile);
     shader->Bind();
-    shader->SetStateMatrix("ModelViewProj", SHADER_MODELVIEW_PROJECTION_MATRIX,
-                           SHADER_MATRIX_IDENTITY);
-    shader->SetStateMatrix("ModelView", SHADER_MODELVIEW_MATRIX, SHADER_MATRIX_INVERSE);
+    shader->SetViewMatrices();
     shader->SetParameter3fv("LigthColor", kLightColor);
     SetBoneParameters(shader, mesh);
     DrawSkinnedMesh(mesh);
@@ -201,15 +190,13 @@ void DrawAdvanced(const Options& o, ShaderProgram* vertex, ShaderProgram* fragme
     glDisable(GL_CULL_FACE);
     glEnable(GL_DEPTH_TEST);
     glEnable(GL_TEXTURE_2D);
-    BindFiltered(diffuse);
+    BindCharacterTexture(diffuse);
     glColor4f(1.0f, 1.0f, 1.0f, 1.0f);
     const float camera_dir[3] = {o.eye[0] - o.target[0], o.eye[1] - o.target[1],
                                  o.eye[2] - o.target[2]};
     ShaderProgram::EnableProfile(cg_vertex_profile);
     vertex->Bind();
-    vertex->SetStateMatrix("ModelViewProj", SHADER_MODELVIEW_PROJECTION_MATRIX,
-                           SHADER_MATRIX_IDENTITY);
-    vertex->SetStateMatrix("ModelView", SHADER_MODELVIEW_MATRIX, SHADER_MATRIX_INVERSE);
+    vertex->SetViewMatrices();
     vertex->SetParameter3fv("LigthPos", o.light);
     vertex->SetParameter3fv("LigthColor", kLightColor);
     vertex->SetParameter3fv("CameraPos", o.eye);
