@@ -245,11 +245,13 @@ void CollisionManager::Step(float dt, float time) {
 
 // Bodies move at most 30 times a second whatever the frame rate: the game's forces and
 // speeds are tuned to that step. A sooner frame moves nothing and leaves nothing over for
-// the next (no accumulator, no sub-steps); a longer frame moves once by its own dt.
+// the next (no accumulator, no sub-steps); a longer frame moves once by its own dt, up to
+// kLongestStep: a hitch of seconds (a shader compiled on first use, a busy machine) would
+// otherwise carry a walking figure deep into a wall and out of its far side.
 void CollisionManager::IntegrateObjects(float dt, float time) {
     float step = 1.0f / 30.0f;
     if (time - lastUpdateTime > step) {
-        if (dt > step) step = dt;
+        if (dt > step) step = dt < kLongestStep ? dt : kLongestStep;
         lastUpdateTime = time;
         for (PhysicsObject* obj : objects) obj->Update(step);
     }

@@ -92,6 +92,8 @@ bool TestStaticRay(PhysicsObject* a, PhysicsObject* b, float dt, HVector2& point
 
 class CollisionManager {
 public:
+    // The longest time one step integrates; a longer frame moves by this much.
+    static constexpr float kLongestStep = 0.2f;
     CollisionManager();
     ~CollisionManager();
     CollisionManager(const CollisionManager&) = delete;

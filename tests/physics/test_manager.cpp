@@ -195,6 +195,20 @@ TEST(PhysicsManager, LongFrameIntegratesOnceWithItsOwnDt) {
     EXPECT_FLOAT_EQ(c.body.position.x, 2.0f + v * (1.0f / 30.0f));
 }
 
+TEST(PhysicsManager, AHitchOfSecondsMovesOnlyTheLongestStep) {
+    EventManager events;
+    CollisionManager m;
+    m.SetEventManager(&events);
+    PhysicsCharacter c;
+    MakeCharacter(c, HVector2(0.0f, 0.0f), 2.0f);
+    c.body.velocity = HVector2(10.0f, 0.0f);
+    m.AddObject(&c);
+    m.Step(3.4f, 5.0f);
+    EXPECT_EQ(m.lastUpdateTime, 5.0f);
+    EXPECT_FLOAT_EQ(c.body.position.x, 10.0f * CollisionManager::kLongestStep);
+    EXPECT_FLOAT_EQ(CollisionManager::kLongestStep, 0.2f);
+}
+
 TEST(PhysicsManager, OwnRayNeverMeets) {
     EventManager events;
     CollisionManager m;

@@ -24,7 +24,8 @@
 //   resume_key=1;                     key "r" posts a ResumeGameEvent that resumes the
 //                                     world, as the main menu will (the world starts paused)
 //   log_messages=1;                   logs the text of every GameGUIMessageEvent, which the
-//                                     game's screens show ("message '<text>'")
+//                                     game's screens show ("message '<text>'"), and every
+//                                     frame longer than 0.1 s ("long frame")
 
 #include <GL/gl.h>
 #include <SDL.h>
@@ -138,8 +139,10 @@ public:
         ++swapped;
     }
 
-    bool OnFrame(FrameEvent*) {
+    bool OnFrame(FrameEvent* event) {
         if (bench_done) return false;
+        if (log_messages && event != nullptr && event->dt > 0.1f)
+            Log("long frame %.3f s in pass %u", event->dt, test_loop_pass);
         if (scene_manager != nullptr) scene_manager->AddToRenderQueue(this);
         if (frames < 3) Log("FrameEvent in pass %u", test_loop_pass);
         if (frames == 0 && pause_ms > 0) {
