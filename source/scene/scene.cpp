@@ -206,6 +206,8 @@ void Scene::Render(RenderQueue* queue) {
     glDepthMask(GL_FALSE);
     glTranslatef(camera.position.x, camera.position.y, camera.position.z);
     glRotatef(sky_angle, 0.0f, 0.0f, 1.0f);
+    // The screens drawn after the world end with texturing off.
+    glEnable(GL_TEXTURE_2D);
     sky_texture->Bind();
     glColor3f(1.0f, 1.0f, 1.0f);
     sky_mesh->Draw();
