@@ -47,7 +47,7 @@ void Scene::Load(CfoNode* node, ResourceManager* resources) {
         if (CfoReadString(node, "ambient_sound", sound_name)) resources->Load(ambient, sound_name);
     }
     CfoReadVector2(node, "max_size", max_size);
-    // The rain member is loaded here from this same node, when r_particle_rain is set.
+    if (r_particle_rain) rain.Load(node, resources);
     Entity::Load(node, resources);
     // The camera path: kept with the level, though no camera mode plays it. Without the
     // file the level loads all the same.
@@ -76,7 +76,7 @@ void Scene::Bind(EventManager* events, SceneManager*, CollisionManager* physics)
 }
 
 bool Scene::OnFrame(FrameEvent* event) {
-    // The rain gets the frame's time here, when r_particle_rain is set.
+    if (r_particle_rain) rain.Update(event->time);
     time = event->time;
     sky_angle += event->dt * sky_speed;
     if (sky_angle > 360.0f) sky_angle = 0.0f;
@@ -101,7 +101,8 @@ bool Scene::OnFrame(FrameEvent* event) {
     }
 
     if (event->scene_manager != nullptr) event->scene_manager->AddToRenderQueue(this);
-    // The rain queues itself here too, when r_particle_rain is set.
+    if (r_particle_rain && event->scene_manager != nullptr)
+        event->scene_manager->AddToRenderQueue(&rain);
     return true;
 }
 

@@ -1,8 +1,8 @@
 #pragma once
 // Scene: the entity named "game_scene", the root of a level. A scene document's top node is
 // a Scene; the world geometry, the player, the enemies and the objects are its children.
-// It owns the sky, the world's extent, the camera, the ambient sound, the camera path and,
-// with later work, the rain. Its Render pass sets up the 3D view (projection, look-at,
+// It owns the sky, the world's extent, the camera, the ambient sound, the camera path and
+// the rain. Its Render pass sets up the 3D view (projection, look-at,
 // frustum) for everything that the render queue draws after it, and hands its camera to the
 // queue so that they can reach it.
 //
@@ -26,6 +26,7 @@
 #include "scene/entity.h"
 #include "world/cameraanimation.h"
 #include "world/meshasm.h"
+#include "world/particlerain.h"
 
 class CollisionManager;
 class SceneManager;
@@ -54,7 +55,8 @@ public:
     ~Scene() override = default;
 
     // Sky texture ("system/white.dds" unless "sky_texture" names another), "sky_mesh",
-    // "ambient_sound", "max_size", the Entity keys, then "camera_pos", "camera_target",
+    // "ambient_sound", "max_size", the rain from this same node when r_particle_rain is set,
+    // the Entity keys, then "camera_pos", "camera_target",
     // "camera_up" and "camera_fov". `node` must not be null.
     void Load(CfoNode* node, ResourceManager* resources) override;
     // Pitches the camera to 60 degrees, keeps `physics` and gives it the world's extent,
@@ -108,7 +110,9 @@ public:
     CollisionManager* collision = nullptr;  // not owned; from Bind
     HVector2 max_size{0.0f, 0.0f};          // "max_size": the world's extent
     ResourceHandle<Sound> ambient;          // "ambient_sound": loops from Bind on
-    // Later work adds here: the rain (a ParticleRain member, not a child).
+    // The rain: a member, not a child. Loaded, updated and queued only while
+    // r_particle_rain is set.
+    ParticleRain rain;
     CameraAnimation camera_path;  // "animations/cam2.cfo", loaded and not played
 };
 

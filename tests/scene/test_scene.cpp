@@ -204,6 +204,9 @@ TEST_F(SceneEntityTest, AMissingSkyLeavesTheHandleEmptyWithTheManagersLine) {
     EXPECT_EQ(FlushedStdout(),
               "Could not find resource constructor associated with 'dds'\n"
               "Could not find resource constructor associated with 'asm'\n"
+              // The rain (on by default) asks for its program and its sprite.
+              "Could not find resource constructor associated with 'cg'\n"
+              "Could not find resource constructor associated with 'dds'\n"
               "CFO Document 'animations/cam2.cfo' not found\n"
               "Camera path 'animations/cam2.cfo' not loaded\n");
     EXPECT_FALSE(scene.sky_texture.IsValid());
