@@ -1,0 +1,231 @@
+#include "resources/videofile.h"
+
+#include <iostream>
+#include <utility>
+
+#include "cfo/file.h"
+
+extern "C" {
+#include <mpeg2dec/mpeg2convert.h>
+}
+
+namespace {
+
+constexpr int kMarkerBytes = VideoFile::kMarkerWidth * VideoFile::kMarkerHeight * 3;
+
+// The word stamped on a frozen picture while the video buffers: '#' white, '.' black.
+// clang-format off
+constexpr const char* kMarkerRows[VideoFile::kMarkerHeight] = {
+    "..#.............#...#...........",
+    "..#............#...#............",
+    "..#.##..#...#.###.###..###..#.#.",
+    "..##..#.#...#..#...#..#...#.##..",
+    "..#...#.#...#..#...#..#####.#...",
+    "..#...#.#...#..#...#..#.....#...",
+    "..##..#.#..##..#...#..#...#.#...",
+    "..#.##...##.#..#...#...###..#...",
+};
+// clang-format on
+
+constexpr std::array<uint8_t, kMarkerBytes> MakeMarker() {
+    std::array<uint8_t, kMarkerBytes> out{};
+    for (int y = 0; y < VideoFile::kMarkerHeight; ++y)
+        for (int x = 0; x < VideoFile::kMarkerWidth; ++x) {
+            const uint8_t v = kMarkerRows[y][x] == '#' ? 255 : 0;
+            for (int c = 0; c < 3; ++c) out[(y * VideoFile::kMarkerWidth + x) * 3 + c] = v;
+        }
+    return out;
+}
+
+constexpr uint32_t kOpenChunk = 4096;     // bytes a read of Open hands to the decoder
+constexpr uint32_t kStreamBuffer = 8000;  // the read buffer after Open
+constexpr uint32_t kDecodeTextures = 5;   // textures DecodeStep makes when Open made none
+
+}  // namespace
+
+const std::array<uint8_t, kMarkerBytes> VideoFile::buffering_marker = MakeMarker();
+
+VideoFile::VideoFile(VideoTextures* video_textures) : textures(video_textures) {
+    current = active.end();
+}
+
+VideoFile::~VideoFile() {
+    stream_buffer.reset();
+    stream_buffer_size = 0;
+    for (uint32_t t : free)
+        if (t != 0) textures->Delete(t);
+    for (uint32_t t : active)
+        if (t != 0) textures->Delete(t);
+    if (display_texture != 0) textures->Delete(display_texture);
+    file.reset();
+    if (decoder != nullptr) mpeg2_close(decoder);
+}
+
+void VideoFile::SetStreamBufferSize(uint32_t size) {
+    // The decoder may still be reading the old buffer: it goes when the decoder asks for
+    // more.
+    if (stream_buffer_size != 0 && stream_buffer != nullptr) {
+        if (retired_buffer == nullptr) retired_buffer = std::move(stream_buffer);
+        stream_buffer.reset();
+    }
+    stream_buffer.reset(new uint8_t[size == 0 ? 1 : size]);
+    stream_buffer_size = size;
+}
+
+void VideoFile::AllocateTextures(int32_t w, int32_t h, uint32_t n) {
+    if (textures_ready) return;
+    std::vector<uint8_t> zeros(size_t(w) * size_t(h) * 3, 0);
+    display_texture = textures->Create(w, h, zeros.data());
+    for (uint32_t i = 0; i < n; ++i) free.push_back(textures->Create(w, h, zeros.data()));
+    textures_ready = true;
+}
+
+void VideoFile::Upload(int32_t w, int32_t h, const uint8_t* pixels, uint32_t texture) {
+    if (textures->IsTexture(texture)) textures->Upload(w, h, pixels, texture);
+}
+
+bool VideoFile::PictureReady() {
+    if (info == nullptr || info->display_fbuf == nullptr || info->sequence == nullptr) return false;
+    if (info->display_fbuf->buf[0] == nullptr) return false;
+    return true;
+}
+
+bool VideoFile::Open(std::string filename, uint32_t buffer_frames) {
+    file = std::make_unique<File>(filename, File::READ);
+    if (!file->IsOpen()) {
+        std::cout << "Could not open '" << filename << "'" << std::endl;
+        return false;
+    }
+    SetStreamBufferSize(kStreamBuffer);
+    if (decoder != nullptr) mpeg2_close(decoder);
+    info = nullptr;
+    decoder = mpeg2_init();
+    if (decoder == nullptr) {
+        std::cout << "Could not allocate a decoder object" << std::endl;
+        return false;
+    }
+    info = mpeg2_info(decoder);
+
+    open_chunk.assign(kOpenChunk, 0);
+    for (;;) {
+        const mpeg2_state_t state = mpeg2_parse(decoder);
+        switch (state) {
+            case STATE_BUFFER: {
+                const int64_t got = file->Read(open_chunk.data(), 1, kOpenChunk);
+                if (got <= 0) {
+                    // No picture in the whole stream: the decoder goes, so that Update
+                    // leaves this video alone as after any failed Open.
+                    mpeg2_close(decoder);
+                    decoder = nullptr;
+                    info = nullptr;
+                    return false;
+                }
+                mpeg2_buffer(decoder, open_chunk.data(), open_chunk.data() + got);
+                break;
+            }
+            case STATE_SEQUENCE:
+                mpeg2_convert(decoder, mpeg2convert_rgb24, nullptr);
+                break;
+            case STATE_SLICE:
+            case STATE_END:
+            case STATE_INVALID_END:
+                if (PictureReady()) {
+                    width = int32_t(info->sequence->width);
+                    height = int32_t(info->sequence->height);
+                    // The display texture does not exist yet: this first picture is dropped.
+                    Upload(width, height, info->display_fbuf->buf[0], display_texture);
+                    AllocateTextures(width, height, buffer_frames);
+                    return true;
+                }
+                break;
+            default:
+                break;
+        }
+    }
+}
+
+void VideoFile::DecodeStep() {
+    if (free.empty()) {
+        status = VIDEO_PLAYING;  // every texture holds a picture: buffering is over
+        return;
+    }
+    const mpeg2_state_t state = mpeg2_parse(decoder);
+    switch (state) {
+        case STATE_BUFFER: {
+            // The decoder has used up all it was given: older buffers may go.
+            open_chunk.clear();
+            open_chunk.shrink_to_fit();
+            retired_buffer.reset();
+            int64_t got = 0;
+            if (file != nullptr && stream_buffer != nullptr)
+                got = file->Read(stream_buffer.get(), 1, stream_buffer_size);
+            if (got < 0) got = 0;
+            mpeg2_buffer(decoder, stream_buffer.get(), stream_buffer.get() + got);
+            break;
+        }
+        case STATE_SEQUENCE:
+            mpeg2_convert(decoder, mpeg2convert_rgb24, nullptr);
+            break;
+        case STATE_SLICE:
+        case STATE_END:
+        case STATE_INVALID_END: {
+            if (state == STATE_END) status = VIDEO_END;
+            if (!PictureReady()) break;
+            const int32_t w = int32_t(info->sequence->width);
+            const int32_t h = int32_t(info->sequence->height);
+            if (!textures_ready) {
+                width = w;
+                height = h;
+                AllocateTextures(w, h, kDecodeTextures);
+            }
+            // A picture of another size than the textures' would not fit them.
+            if (w != width || h != height) break;
+            if (free.empty()) break;
+            const uint32_t t = free.front();
+            free.pop_front();
+            Upload(w, h, info->display_fbuf->buf[0], t);
+            active.push_back(t);
+            break;
+        }
+        default:
+            break;
+    }
+}
+
+int32_t VideoFile::Update(float time) {
+    if (status == VIDEO_STOPPED) return status;
+    // After a failed Open there is nothing to decode: the status stays as it is.
+    if (decoder == nullptr) return status;
+    DecodeStep();
+    if (status == VIDEO_BUFFERING || status == VIDEO_END) return status;
+
+    if (last_tick + frame_interval < time) {
+        if (current == active.end() && !active.empty()) {
+            current = active.begin();
+            status = VIDEO_PLAYING;
+        } else if (active.empty()) {
+            status = VIDEO_BUFFERING;
+            textures->Stamp(display_texture, buffering_marker.data());
+        } else {
+            const std::list<uint32_t>::iterator old = current;
+            ++current;
+            free.push_back(*old);
+            active.erase(old);
+            status = VIDEO_PLAYING;
+            // The new picture goes on display; the one that was there waits in the node
+            // and reaches `free` at the next tick.
+            if (current != active.end() && textures->IsTexture(*current))
+                std::swap(*current, display_texture);
+        }
+        last_tick = time;
+    }
+    return status;
+}
+
+void VideoFile::SetStopped(bool stopped) { status = stopped ? VIDEO_STOPPED : VIDEO_BUFFERING; }
+
+void VideoFile::DumpLists() {
+    std::cout << "===========frame==================" << std::endl;
+    for (uint32_t t : free) std::cout << "fl: " << t << std::endl;
+    for (uint32_t t : active) std::cout << "al: " << t << std::endl;
+}
