@@ -49,7 +49,7 @@ public:
     static constexpr float kSwayAmplitude = 1000.0f;
     static constexpr float kZIndex = 50.0f;
     // The most drops a level may ask for through r_particle_rain_size: 200 000 drops take
-    // 8 MB and a few milliseconds a step, ten times the level's rain of 10 000. A larger
+    // 8 MB and a few milliseconds a step, twenty times the level's rain of 10 000. A larger
     // request is cut to it, a negative one gives no rain; each says so once at Load.
     static constexpr uint32_t kMaxCount = 200000;
 
