@@ -49,8 +49,13 @@ def prepare(game, rebuild):
         f.write(level)
     with open(os.path.join(DATA, 'conf_pc_d.cfo')) as f:
         config = f.read()
-    config = re.sub(r'\n\t// Until the menu exists[^\n]*\n\trequire = [^\n]*\n',
-                    '\n\tTestProbe = { name = menu; load_path = "%s"; }\n' % LEVEL, config)
+    # No screens and no level at start: the probe's "l" loads the level as the menu would.
+    config, count = re.subn(r'\n\trequire = [^\n]*', '', config)
+    if count == 0:
+        raise SystemExit('the start-up configuration requires nothing')
+    end = config.rindex('\n}')  # the close of the "SceneManager" node, the last one
+    config = (config[:end] + '\n\tTestProbe = { name = menu; load_path = "%s"; }' % LEVEL +
+              config[end:])
     game.write('conf_pc_d.cfo', config)
 
 

@@ -10,6 +10,11 @@
 #include "game/item.h"
 #include "game/player.h"
 #include "game/trigger.h"
+#include "gui/customguilayer.h"
+#include "gui/gameguilayer.h"
+#include "gui/guibutton.h"
+#include "gui/guiimage.h"
+#include "gui/guiwindow.h"
 #include "platform/banner.h"
 #include "platform/draw.h"
 #include "platform/glcaps.h"
@@ -56,9 +61,13 @@ CfoDocument* ReadConfiguration(int argc, char** argv) {
 void RegisterClasses(SceneManager* scene_manager) {
     ClassRegistry* classes = scene_manager->GetClasses();
     classes->Register<SceneManager>();
-    // The full order: CustomGuiLayer, GameGuiLayer, GUIWindow, GUIButton, GUIImage, GUIVideo,
-    // GUIList, GUIFileWindow, Scene, Player, EnemyPoliceDude, StaticGeometry, Trigger, Doors,
-    // Item, WorldGeometry. The GUI classes register here, before the Scene.
+    classes->Register<CustomGuiLayer>();
+    classes->Register<GameGuiLayer>();
+    classes->Register<GUIWindow>();
+    classes->Register<GUIButton>();
+    classes->Register<GUIImage>();
+    // GUIVideo, GUIList and GUIFileWindow register here, with the video player and the
+    // scene picker.
     classes->Register<Scene>();
     classes->Register<Player>();
     classes->Register<EnemyPoliceDude>();

@@ -15,3 +15,9 @@ Entity* ClassRegistry::Create(const std::string& name) {
     if (it == factories.end()) return nullptr;
     return it->second->Create();
 }
+
+uint32_t ClassRegistry::TypeIdOf(const std::string& name) {
+    auto it = factories.find(name);
+    if (it == factories.end()) return 0;
+    return it->second->TypeId();
+}

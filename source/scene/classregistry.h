@@ -2,6 +2,7 @@
 // ClassRegistry: turns the class names of scene documents into new entities. A member of
 // the SceneManager; it owns its factories.
 
+#include <cstdint>
 #include <map>
 #include <string>
 
@@ -12,12 +13,21 @@ public:
     virtual ~EntityFactory() = default;
     // A new, default-constructed entity of the factory's class; the caller owns it.
     virtual Entity* Create() = 0;
+    // The type id of the factory's class (numbered on first use, like GetTypeId); 0 for a
+    // factory that does not know it.
+    virtual uint32_t TypeId() { return 0; }
 };
 
 template <class T>
 class EntityFactoryOf : public EntityFactory {
 public:
     Entity* Create() override { return new T(); }
+    uint32_t TypeId() override {
+        if constexpr (requires { T::StaticTypeId(); })
+            return T::StaticTypeId();
+        else
+            return 0;
+    }
 };
 
 class ClassRegistry {
@@ -46,6 +56,11 @@ public:
 
     // A new entity of the class registered under `name`; 0 when there is none.
     Entity* Create(const std::string& name);
+
+    // The type id of the class registered under `name`, without making one; 0 when there is
+    // none. Layers that may not include a class (the GUI and the game's entities) compare
+    // the ids that events carry through this.
+    uint32_t TypeIdOf(const std::string& name);
 
     size_t Count() const { return factories.size(); }
 

@@ -96,7 +96,8 @@ public:                                                       \
     inline static const std::string type_name = TypeNameText; \
     inline static uint32_t type_id = 0;                       \
     std::string GetTypeName() override { return type_name; }  \
-    uint32_t GetTypeId() override {                           \
+    static uint32_t StaticTypeId() {                          \
         if (type_id == 0) type_id = NewTypeId();              \
         return type_id;                                       \
-    }
+    }                                                         \
+    uint32_t GetTypeId() override { return StaticTypeId(); }

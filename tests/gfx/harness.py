@@ -127,6 +127,13 @@ def colour_close(a, b, tolerance=8):
     return all(abs(x - y) <= tolerance for x, y in zip(a, b))
 
 
+def level_only(config):
+    """The start-up configuration without its screens: the menu and in-game layers'
+    documents ("gui/...") are no longer required, so the game opens straight on the level's
+    fixed camera (with the world paused, as always at start)."""
+    return re.sub(r'\n\trequire = "gui/[^"\n]*";', '', config)
+
+
 def grey(level):
     """A GL clear level in 0..1 as an 8-bit RGB triple."""
     v = int(round(level * 255))

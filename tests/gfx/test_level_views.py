@@ -11,7 +11,7 @@ import sys
 import time
 
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
-from harness import Game, grey, run_cases  # noqa: E402
+from harness import Game, grey, level_only, run_cases  # noqa: E402
 
 GREY = grey(0.3)  # the clear colour
 DATA = os.path.join(os.path.dirname(os.path.abspath(__file__)), '..', '..', 'data')
@@ -43,7 +43,7 @@ def start_level(c, camera=None, probe=False, without_hero=False):
         with open(path, 'w') as f:
             f.write(text)
     with open(os.path.join(DATA, 'conf_pc_d.cfo')) as f:
-        config = f.read()
+        config = level_only(f.read())
     config = config.replace('width = 1024;', 'width = 800;').replace('height = 768;',
                                                                      'height = 600;')
     # The rain's streaks would cut the runs of clear colour the views are measured by.

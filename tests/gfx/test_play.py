@@ -12,7 +12,7 @@ import sys
 import time
 
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
-from harness import Game, run_cases  # noqa: E402
+from harness import Game, level_only, run_cases  # noqa: E402
 
 DATA = os.path.join(os.path.dirname(os.path.abspath(__file__)), '..', '..', 'data')
 MESSAGE = "^TestProbe 'p' message '%s'$"
@@ -27,7 +27,7 @@ def start_level(c):
     shutil.rmtree(game.data)
     shutil.copytree(DATA, game.data)
     with open(os.path.join(DATA, 'conf_pc_d.cfo')) as f:
-        config = f.read()
+        config = level_only(f.read())
     config = config.replace('width = 1024;', 'width = 400;').replace('height = 768;',
                                                                      'height = 300;')
     config = config.replace('require =', 'TestProbe = { name = p; resume_key = 1; '

@@ -234,3 +234,18 @@ TEST(ClassRegistry, TypeIdIsAssignedOnFirstCallAndKept) {
     EXPECT_EQ(Lamp::type_id, first);
     EXPECT_EQ(NewTypeId(), first + 1);
 }
+
+TEST(ClassRegistry, TypeIdOfNamesTheIdOfTheRegisteredClass) {
+    ClassRegistry registry;
+    registry.Register<Lamp>();
+    EXPECT_EQ(registry.TypeIdOf("Unknown"), 0u);
+    const uint32_t id = registry.TypeIdOf("Lamp");
+    EXPECT_NE(id, 0u);
+    std::unique_ptr<Entity> lamp(registry.Create("Lamp"));
+    EXPECT_EQ(lamp->GetTypeId(), id);
+    EXPECT_EQ(Lamp::StaticTypeId(), id);
+    // A class without a type name of its own has no id to give.
+    ClassRegistry fakes;
+    fakes.Register<FakeLamp>(FakeLamp());
+    EXPECT_EQ(fakes.TypeIdOf("Lamp"), 0u);
+}
