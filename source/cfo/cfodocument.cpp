@@ -160,28 +160,132 @@ size_t CfoDocument::ParseScope(CfoNode* node, const std::string& text, size_t po
 
 namespace {
 
-// A node for the builder. When memory runs out the node is skipped: the builder goes on
-// and whatever the text puts inside it is lost. Inside a lost scope (`parent` null)
+// The pending text of a scope, or a key: a range of the cleaned text, or a copy of its own
+// once a nested scope has split it ("abc{}def" gives "abcdef").
+struct Token {
+    const char* start = nullptr;
+    size_t size = 0;
+    bool spilled = false;
+    std::string spill;
+
+    bool empty() const { return size == 0; }
+    const char* data() const { return spilled ? spill.data() : start; }
+    void clear() {
+        size = 0;
+        spilled = false;
+    }
+    void Append(const char* text, size_t count) {
+        if (size == 0) {
+            start = text;
+            size = count;
+            spilled = false;
+            return;
+        }
+        if (!spilled) {
+            spill.assign(start, size);
+            spilled = true;
+        }
+        spill.append(text, count);
+        size = spill.size();
+    }
+    // Moves `other` here and leaves it empty.
+    void Take(Token& other) {
+        if (other.spilled) {
+            spill.swap(other.spill);
+            spilled = true;
+            size = spill.size();
+        } else {
+            start = other.start;
+            size = other.size;
+            spilled = false;
+        }
+        other.clear();
+    }
+};
+
+// Makes the nodes of one tree-builder run: in the document's arena when the tree belongs
+// to a document, else on the heap. When memory runs out the node is skipped: the builder
+// goes on and whatever the text puts inside it is lost. Inside a lost scope (`parent` null)
 // nothing is allocated at all.
-CfoNode* NewParsedNode(CfoNode* parent) {
-    if (!parent) return nullptr;
-    CfoNode* node = new (std::nothrow) CfoNode();
-    if (node) node->parent = parent;
-    return node;
-}
+//
+// With `writable` set, the text being read lies in the arena and the nodes keep their
+// texts where they are: a token that becomes a node and was not split ends at the "{",
+// "}", "=" or ";" that ended it (a token still open at the end of the text is dropped),
+// a byte the builder has read for the last time, which becomes the token's terminator.
+class NodeMaker {
+public:
+    NodeMaker(CfoArena* tree_arena, char* text) : arena(tree_arena), writable(text) {}
 
-}  // namespace
+    CfoNode* Make(CfoNode* parent, const Token* name, const Token* value) {
+        if (!parent) return nullptr;
+        CfoNode* node;
+        if (arena) {
+            const bool copy = !writable || (name && name->spilled) || (value && value->spilled);
+            if (!copy) {
+                if (name) Terminate(*name);
+                if (value) Terminate(*value);
+            }
+            node = arena->NewNode(name ? name->data() : nullptr, name ? name->size : 0,
+                                  value ? value->data() : nullptr, value ? value->size : 0, copy);
+            if (!node) return nullptr;
+        } else {
+            node = new (std::nothrow) CfoNode();
+            if (!node) return nullptr;
+            if (name) node->name = std::string_view(name->data(), name->size);
+            if (value) node->value = std::string_view(value->data(), value->size);
+        }
+        node->parent = parent;
+        return node;
+    }
 
-size_t CfoDocument::ParseScope(CfoNode* node, const char* s, size_t n, size_t pos) {
-    assert(node != nullptr);
+    // Gives `node` the `count` children listed at `list`, in order; their indices are set.
+    void Attach(CfoNode* node, CfoNode* const* list, size_t count) {
+        if (count == 0) return;
+        if (arena && node->InArena() && node->children.empty()) {
+            // Without room for the array the children are lost with what they hold.
+            arena->SetChildren(node, list, count);
+            return;
+        }
+        node->children.reserve(node->children.size() + count);
+        for (size_t i = 0; i < count; ++i) node->children.push_back(list[i]);
+    }
+
+private:
+    void Terminate(const Token& token) {
+        writable[token.start - writable + static_cast<ptrdiff_t>(token.size)] = '\0';
+    }
+
+    CfoArena* arena;
+    char* writable;
+};
+
+// The tree builder behind ParseScope; see there.
+size_t BuildTree(CfoNode* node, CfoArena* arena, char* writable, const char* s, size_t n,
+                 size_t pos) {
+    NodeMaker maker(arena, writable);
+
     struct Scope {
         CfoNode* node;  // null for a scope whose node could not be made
-        std::string token;
+        size_t first;   // where its children start in `made`
+        int32_t base;   // children the node had before this parse
+        Token token;
+    };
+    // The children of every open scope, innermost last; a scope hands its run to its node
+    // when it closes.
+    std::vector<CfoNode*> made;
+    auto attach = [&made](Scope& scope, CfoNode* child) {
+        child->index = scope.base + static_cast<int32_t>(made.size() - scope.first);
+        made.push_back(child);
+    };
+    auto close = [&made, &maker](Scope& scope) {
+        if (scope.node)
+            maker.Attach(scope.node, made.data() + scope.first, made.size() - scope.first);
+        made.resize(scope.first);
     };
 
     std::vector<Scope> scopes;
-    scopes.push_back({node, std::string()});
-    std::string key;
+    scopes.push_back({node, 0, static_cast<int32_t>(node->children.size()), Token()});
+    Token key;
     for (;;) {
         size_t ret;
         for (;;) {
@@ -192,36 +296,25 @@ size_t CfoDocument::ParseScope(CfoNode* node, const char* s, size_t n, size_t po
             Scope& scope = scopes.back();
             char c = s[pos];
             if (c == '{') {
-                CfoNode* child = NewParsedNode(scope.node);
-                if (!key.empty()) {
-                    if (child) child->name = std::move(key);
-                    key.clear();
-                }
-                scopes.push_back({child, std::string()});
+                CfoNode* child = maker.Make(scope.node, key.empty() ? nullptr : &key, nullptr);
+                key.clear();
+                scopes.push_back({child, made.size(), 0, Token()});
                 ++pos;
             } else if (c == '}') {
                 if (!scope.token.empty()) {
-                    if (CfoNode* child = NewParsedNode(scope.node)) {
-                        child->name = std::move(scope.token);
-                        scope.node->AddChild(child);
-                    }
+                    if (CfoNode* child = maker.Make(scope.node, &scope.token, nullptr))
+                        attach(scope, child);
                 }
                 ret = pos;
                 break;
             } else if (c == '=') {
-                if (!scope.token.empty()) {
-                    key.swap(scope.token);
-                    scope.token.clear();
-                }
+                if (!scope.token.empty()) key.Take(scope.token);
                 ++pos;
             } else if (c == ';') {
                 if (!scope.token.empty()) {
                     if (!key.empty()) {
-                        if (CfoNode* child = NewParsedNode(scope.node)) {
-                            child->name = std::move(key);
-                            child->value = std::move(scope.token);
-                            scope.node->AddChild(child);
-                        }
+                        if (CfoNode* child = maker.Make(scope.node, &key, &scope.token))
+                            attach(scope, child);
                         key.clear();
                     }
                     scope.token.clear();
@@ -229,18 +322,30 @@ size_t CfoDocument::ParseScope(CfoNode* node, const char* s, size_t n, size_t po
                 ++pos;
             } else {
                 size_t end = FindFirstOf<'{', '}', '=', ';'>(s, pos, n);
-                scope.token.append(s + pos, end - pos);
+                scope.token.Append(s + pos, end - pos);
                 pos = end;
             }
         }
         // Leave the scope: its key dies with it.
         key.clear();
+        close(scopes.back());
         CfoNode* done = scopes.back().node;
         scopes.pop_back();
         if (scopes.empty()) return ret;
-        if (done) scopes.back().node->AddChild(done);  // a made node's parent scope was made too
+        // A made node's parent scope was made too.
+        if (done) attach(scopes.back(), done);
         pos = ret + 1;
     }
+}
+
+}  // namespace
+
+size_t CfoDocument::ParseScope(CfoNode* node, const char* s, size_t n, size_t pos) {
+    assert(node != nullptr);
+    CfoNode* root = node;
+    while (root->parent) root = root->parent;
+    CfoDocument* document = dynamic_cast<CfoDocument*>(root);
+    return BuildTree(node, document ? &document->arena : nullptr, nullptr, s, n, pos);
 }
 
 namespace {
@@ -275,23 +380,33 @@ int64_t BraceBalance(const char* p, size_t n) {
 }  // namespace
 
 bool CfoDocument::Parse(const std::string& text) {
-    std::unique_ptr<char[]> copy(new char[text.size()]);
-    if (!text.empty()) std::memcpy(copy.get(), text.data(), text.size());
-    return ParseInPlace(copy.get(), text.size());
+    // The comment pass copies the text into the arena, where the blank pass cleans it in
+    // place and the nodes keep their texts. Should the arena have no room, a scratch copy
+    // serves and the nodes copy their texts.
+    const size_t size = text.size();
+    // One byte more than the text, so that even its last byte could be a terminator.
+    char* clean = size < SIZE_MAX ? arena.NewText(size + 1) : nullptr;
+    if (clean) return ParseCleaned(text.data(), size, clean, true);
+    std::unique_ptr<char[]> scratch(new char[size]);
+    return ParseCleaned(text.data(), size, scratch.get(), false);
 }
 
 bool CfoDocument::ParseInPlace(char* text, size_t size) {
-    // Both cleaning passes work in place.
-    size = StripCommentsInto(text, size, text);
-    size = StripBlanksInto(text, size, text);
+    // The caller's buffer goes away after this: the nodes copy their texts into the arena.
+    return ParseCleaned(text, size, text, false);
+}
+
+bool CfoDocument::ParseCleaned(const char* text, size_t size, char* clean, bool keep) {
+    size = StripCommentsInto(text, size, clean);
+    size = StripBlanksInto(clean, size, clean);
     name = "Document";
 
-    if (BraceBalance(text, size) != 0) {
+    if (BraceBalance(clean, size) != 0) {
         error = "Parse failed: Missing scopes";
         std::printf("%s\n", error.c_str());
         return false;
     }
-    return ParseScope(this, text, size, 0) == size;
+    return BuildTree(this, &arena, keep ? clean : nullptr, clean, size, 0) == size;
 }
 
 bool CfoDocument::LoadFile(const std::string& path) {
@@ -312,6 +427,17 @@ bool CfoDocument::SaveFile(const std::string& path) {
     Serialise(data);
     file.Write(data.data(), static_cast<uint32_t>(data.size()), 1);
     return true;
+}
+
+CfoDocument::~CfoDocument() {
+    // The root's own heap children first (they may list arena nodes), then the arena; the
+    // base destructor then finds no children left.
+    std::vector<CfoNode*> heap;
+    for (CfoNode* child : children)
+        if (child && !child->InArena()) heap.push_back(child);
+    children.clear();
+    for (CfoNode* child : heap) delete child;
+    arena.Release();
 }
 
 void CfoDocument::Serialise(std::string& out) const {

@@ -2,13 +2,17 @@
 // CfoNode: one node of a parsed CFO document. A node holds text only, a name and an
 // optional value; readers (cfo/cforeaders.h) give the text its meaning.
 //
-// Ownership: a node owns its children and deletes them with itself. `parent` never owns.
+// Ownership: a node owns the children it got from NewChild or AddChild and deletes them
+// with itself. The nodes a document's parser makes live in that document's arena (see
+// CfoArena) and go with the document, whoever lists them. `parent` never owns.
 // Trees can be very deep (a hostile document of a million nested scopes), so nothing that
 // walks a tree here recurses on the call stack.
 
 #include <cstdint>
 #include <string>
-#include <vector>
+
+#include "cfo/cfochildren.h"
+#include "cfo/cfotext.h"
 
 class CfoNode {
 public:
@@ -21,8 +25,8 @@ public:
     CfoNode(const CfoNode&) = delete;
     CfoNode& operator=(const CfoNode&) = delete;
 
-    std::string GetName() const { return name; }
-    std::string GetValue() const { return value; }
+    std::string GetName() const { return name.str(); }
+    std::string GetValue() const { return value.str(); }
 
     // 0 when there are no children.
     CfoNode* FirstChild() const;
@@ -42,9 +46,18 @@ public:
     // Debug aid: the tree on standard output, one node a line, one blank per level.
     void Print() const;
 
-    std::string name;                // left of "="; empty for an anonymous scope
-    std::string value;               // right of "="; empty for a scope
-    std::vector<CfoNode*> children;  // owned, in document order; names may repeat
-    int32_t index = -1;              // position in the parent's children; -1 until attached
-    CfoNode* parent = nullptr;       // not owned; 0 for a root
+    // True for a node the parser put into a document's arena.
+    bool InArena() const { return in_arena; }
+
+    CfoText name;          // left of "="; empty for an anonymous scope
+    CfoText value;         // right of "="; empty for a scope
+    CfoChildren children;  // in document order; names may repeat
+    int32_t index = -1;    // position in the parent's children; -1 until attached
+
+private:
+    friend class CfoArena;
+    bool in_arena = false;  // beside `index`, where the node has room
+
+public:
+    CfoNode* parent = nullptr;  // not owned; 0 for a root
 };

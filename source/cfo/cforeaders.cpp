@@ -4,31 +4,43 @@
 #include <cerrno>
 #include <cmath>
 #include <cstdlib>
+#include <string_view>
 
 #include "cfo/cfonode.h"
 
+namespace {
+
+// The conversions work on a terminated text, so that a node's text needs no copy.
 // atoi without its undefined overflow: the 64-bit strtol result, saturated as strtol
 // does, then taken modulo 2^32 the way the C library's own atoi ends up on this platform.
 // So "-1" read as unsigned is 4294967295 and "3000000000" survives an unsigned read.
-int32_t CfoAtoi(const std::string& text) {
-    long long v = std::strtoll(text.c_str(), nullptr, 10);
+int32_t AtoiText(const char* text) {
+    long long v = std::strtoll(text, nullptr, 10);
     return static_cast<int32_t>(static_cast<uint32_t>(static_cast<unsigned long long>(v)));
 }
+
+float AtofText(const char* text);
+
+}  // namespace
+
+int32_t CfoAtoi(const std::string& text) { return AtoiText(text.c_str()); }
 
 // (float)atof: the text as a double, rounded to the nearest float. Rounding is what makes
 // "3.4028235e38", the usual spelling of the largest float, come out as that float although
 // the double lies a little above it. Only a double at or beyond the midpoint between the
 // largest float and 2^128 rounds to infinity; it is turned into one here rather than left
 // to a narrowing the language does not define.
-float CfoAtof(const std::string& text) {
+float CfoAtof(const std::string& text) { return AtofText(text.c_str()); }
+
+namespace {
+
+float AtofText(const char* text) {
     constexpr double overflow = 0x1.ffffffp+127;  // FLT_MAX plus half a step
-    double d = std::strtod(text.c_str(), nullptr);
+    double d = std::strtod(text, nullptr);
     if (d >= overflow) return INFINITY;
     if (d <= -overflow) return -INFINITY;
     return static_cast<float>(d);  // NaN stays NaN
 }
-
-namespace {
 
 const CfoNode* Lookup(const CfoNode* node, const std::string& key) {
     assert(node != nullptr);
@@ -36,7 +48,7 @@ const CfoNode* Lookup(const CfoNode* node, const std::string& key) {
 }
 
 // Fills up to `count` components from a comma list; see the header for the rules.
-void ReadComponents(const std::string& value, float* components, int count) {
+void ReadComponents(std::string_view value, float* components, int count) {
     for (int k = 0; k < count; ++k) components[k] = 0.0f;
     int stored = 0;
     std::string token;
@@ -59,28 +71,28 @@ void ReadComponents(const std::string& value, float* components, int count) {
 bool CfoReadBool(const CfoNode* node, const std::string& key, bool& out) {
     const CfoNode* child = Lookup(node, key);
     if (!child) return false;
-    out = CfoAtoi(child->value) > 0;
+    out = AtoiText(child->value.c_str()) > 0;
     return true;
 }
 
 bool CfoReadInt(const CfoNode* node, const std::string& key, int32_t& out) {
     const CfoNode* child = Lookup(node, key);
     if (!child) return false;
-    out = CfoAtoi(child->value);
+    out = AtoiText(child->value.c_str());
     return true;
 }
 
 bool CfoReadUInt(const CfoNode* node, const std::string& key, uint32_t& out) {
     const CfoNode* child = Lookup(node, key);
     if (!child) return false;
-    out = static_cast<uint32_t>(CfoAtoi(child->value));
+    out = static_cast<uint32_t>(AtoiText(child->value.c_str()));
     return true;
 }
 
 bool CfoReadFloat(const CfoNode* node, const std::string& key, float& out) {
     const CfoNode* child = Lookup(node, key);
     if (!child) return false;
-    out = CfoAtof(child->value);
+    out = AtofText(child->value.c_str());
     return true;
 }
 
@@ -94,7 +106,9 @@ bool CfoReadString(const CfoNode* node, const std::string& key, std::string& out
 bool CfoReadVector2(const CfoNode* node, const std::string& key, HVector2& out) {
     const CfoNode* child = Lookup(node, key);
     if (!child) return false;
-    out = CfoParseVector2(child->value);
+    float c[2];
+    ReadComponents(child->value.view(), c, 2);
+    out = HVector2(c[0], c[1]);
     return true;
 }
 
@@ -108,7 +122,7 @@ bool CfoReadVector3(const CfoNode* node, const std::string& key, HVector3& out) 
     const CfoNode* child = Lookup(node, key);
     if (!child) return false;
     float c[3];
-    ReadComponents(child->value, c, 3);
+    ReadComponents(child->value.view(), c, 3);
     out = HVector3(c[0], c[1], c[2]);
     return true;
 }
