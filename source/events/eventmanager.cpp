@@ -1,6 +1,7 @@
 #include "events/eventmanager.h"
 
 #include <algorithm>
+#include <cstdint>
 
 EventListener::~EventListener() {
     if (event_manager != nullptr && owner != nullptr) event_manager->RemoveHandlers(owner);
@@ -89,11 +90,7 @@ bool EventManager::Update(float now) {
     }
 
     if (!current->empty()) {
-        round_keys.clear();
-        round_keys.reserve(current->size());
-        // Both sides are keyed by their names: the event's GetTypeName() and the handler's
-        // GetEventTypeName(), interned, so equal names meet whatever the C++ types are.
-        for (BaseEvent* event : *current) round_keys.push_back(event->GetTypeKey());
+        IndexRound();
 
         dispatching = true;
         const size_t handler_count = handlers.size();  // handlers added now wait for next round
@@ -103,11 +100,14 @@ bool EventManager::Update(float now) {
             // A handler put into the vector by hand has no key yet.
             if (handler->type_key == nullptr)
                 handler->type_key = InternTypeName(handler->GetEventTypeName());
-            size_t e = 0;
-            for (auto ev = current->begin(); ev != current->end(); ++ev, ++e) {
+            const RoundType* type = FindRoundType(handler->type_key);
+            if (type == nullptr) continue;
+            // The type's events in order of arrival; `removed` is read before each, as a
+            // handler may drop itself or another one during the call.
+            BaseEvent* const* events = round_events.data() + type->begin;
+            for (uint32_t e = 0; e < type->count; ++e) {
                 if (handler->removed) break;
-                if (round_keys[e] != handler->type_key) continue;
-                BaseEvent* event = *ev;
+                BaseEvent* event = events[e];
                 if (event->target != nullptr && !handler->IsOwner(event->target)) continue;
                 if (!handler->Invoke(event)) {
                     go_on = false;
@@ -131,4 +131,71 @@ bool EventManager::Update(float now) {
 
     std::swap(current, next);
     return true;
+}
+
+namespace {
+
+size_t HashKey(const std::string* key, uint32_t shift) {
+    // Interned keys are heap objects: the low bits carry little, a multiply spreads them.
+    uint64_t bits = static_cast<uint64_t>(reinterpret_cast<uintptr_t>(key));
+    return static_cast<size_t>((bits * 0x9E3779B97F4A7C15ull) >> shift);
+}
+
+}  // namespace
+
+void EventManager::IndexRound() {
+    const size_t count = current->size();
+    // A table of at least twice as many slots as events keeps probes short whatever the
+    // number of types.
+    uint32_t bits = 4;
+    while ((size_t(1) << bits) < 2 * count) ++bits;
+    round_table_shift = 64 - bits;
+    round_table.assign(size_t(1) << bits, 0);
+    const size_t mask = (size_t(1) << bits) - 1;
+
+    round_types.clear();
+    round_type_of.clear();
+    round_type_of.reserve(count);
+    // The event's key is taken once a round, as it is sent.
+    for (BaseEvent* event : *current) {
+        const std::string* key = event->GetTypeKey();
+        size_t slot = HashKey(key, round_table_shift);
+        for (;;) {
+            uint32_t entry = round_table[slot];
+            if (entry == 0) {
+                round_types.push_back({key, 0, 0});
+                entry = static_cast<uint32_t>(round_types.size());
+                round_table[slot] = entry;
+            }
+            if (round_types[entry - 1].key == key) {
+                ++round_types[entry - 1].count;
+                round_type_of.push_back(entry - 1);
+                break;
+            }
+            slot = (slot + 1) & mask;
+        }
+    }
+    uint32_t begin = 0;
+    for (RoundType& type : round_types) {
+        type.begin = begin;
+        begin += type.count;
+        type.count = 0;  // counts again while filling
+    }
+    round_events.resize(count);
+    size_t e = 0;
+    for (BaseEvent* event : *current) {
+        RoundType& type = round_types[round_type_of[e++]];
+        round_events[type.begin + type.count++] = event;
+    }
+}
+
+const EventManager::RoundType* EventManager::FindRoundType(const std::string* key) const {
+    const size_t mask = round_table.size() - 1;
+    size_t slot = HashKey(key, round_table_shift);
+    for (;;) {
+        uint32_t entry = round_table[slot];
+        if (entry == 0) return nullptr;
+        if (round_types[entry - 1].key == key) return &round_types[entry - 1];
+        slot = (slot + 1) & mask;
+    }
 }

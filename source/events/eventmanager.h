@@ -6,7 +6,8 @@
 // posted: an event waits in `next` (or, with a positive delay, in `delayed`) and goes out
 // in a later Update, once a frame. Update walks the handlers in registration order and,
 // for each, the events of the round in order of arrival: with handlers H1(A, B) and
-// H2(A, B) the calls are H1(A), H1(B), H2(A), H2(B). An event posted between two updates
+// H2(A, B) the calls are H1(A), H1(B), H2(A), H2(B). The round is grouped by type once, so
+// a handler reads only the events of its own type. An event posted between two updates
 // is delivered by the second update after the post; one posted by a handler inside an
 // update is delivered by the next update.
 //
@@ -144,6 +145,22 @@ public:
     std::list<BaseEvent*>* delayed;       // owned: waiting for fire_time
 
 private:
+    // The events of one type in the round: `count` entries of round_events from `begin`.
+    struct RoundType {
+        const std::string* key;
+        uint32_t begin;
+        uint32_t count;
+    };
+
+    // Groups `current` by type key into round_events, keeping the order of arrival within
+    // each type, so that each handler reads only the events of its own type.
+    void IndexRound();
+    const RoundType* FindRoundType(const std::string* key) const;
+
     bool dispatching = false;
-    std::vector<const std::string*> round_keys;  // type keys of `current`, per update
+    std::vector<uint32_t> round_type_of;   // per event of `current`: its RoundType
+    std::vector<BaseEvent*> round_events;  // `current` grouped by type
+    std::vector<RoundType> round_types;    // in order of first arrival
+    std::vector<uint32_t> round_table;     // open addressing: RoundType index + 1, 0 empty
+    uint32_t round_table_shift = 64;
 };
