@@ -1,5 +1,6 @@
 #include "resources/videofile.h"
 
+#include <cstring>
 #include <iostream>
 #include <utility>
 
@@ -90,12 +91,87 @@ bool VideoFile::PictureReady() {
     return true;
 }
 
+bool VideoFile::Mpeg2Sequence() const {
+    return info != nullptr && info->sequence != nullptr &&
+           (info->sequence->flags & SEQ_FLAG_MPEG2) != 0;
+}
+
+uint64_t VideoFile::PlayableLength(const uint8_t* data, uint64_t size) {
+    // Walks the start codes (00 00 01 xx). Every sequence header (B3) must repeat the first
+    // one's eight bytes and be followed at once by a sequence extension (B5, identifier 1)
+    // that repeats the first one's six, for 4:2:0 pictures below 4096 pixels; a sequence
+    // extension anywhere else is refused too. The stream ends before the first offence:
+    // for a sequence, before its header.
+    uint8_t header[8] = {}, extension[6] = {};
+    bool have_header = false, have_extension = false, expect_extension = false;
+    uint64_t header_at = 0;  // the last sequence header: a bad extension cuts there
+    for (uint64_t i = 0; i + 4 <= size; ++i) {
+        if (data[i] != 0 || data[i + 1] != 0 || data[i + 2] != 1) continue;
+        const uint8_t code = data[i + 3];
+        if (code == 0xB3) {
+            if (expect_extension) return header_at;
+            if (i + 12 > size) return i;
+            if (!have_header) {
+                std::memcpy(header, data + i + 4, 8);
+                have_header = true;
+            } else if (std::memcmp(header, data + i + 4, 8) != 0) {
+                return i;
+            }
+            expect_extension = true;
+            header_at = i;
+        } else if (code == 0xB5 && i + 5 <= size && (data[i + 4] >> 4) == 1) {
+            if (!expect_extension) return i;
+            if (i + 10 > size) return header_at;
+            const uint8_t* e = data + i + 4;
+            const int chroma = (e[1] >> 1) & 3;
+            const int size_extension = ((e[1] & 1) << 2) | (e[2] >> 5);
+            if (chroma != 1 || size_extension != 0) return header_at;
+            if (!have_extension) {
+                std::memcpy(extension, e, 6);
+                have_extension = true;
+            } else if (std::memcmp(extension, e, 6) != 0) {
+                return header_at;
+            }
+            expect_extension = false;
+        } else if (expect_extension) {
+            return header_at;
+        }
+        i += 3;
+    }
+    return size;
+}
+
+int64_t VideoFile::ReadStream(uint8_t* dest, uint32_t size) {
+    if (file == nullptr || stream_fed >= stream_limit) return 0;
+    const uint64_t left = stream_limit - stream_fed;
+    const uint32_t want = left < size ? uint32_t(left) : size;
+    const int64_t got = file->Read(dest, 1, want);
+    if (got > 0) stream_fed += uint64_t(got);
+    return got;
+}
+
+void VideoFile::CloseDecoder() {
+    if (decoder != nullptr) mpeg2_close(decoder);
+    decoder = nullptr;
+    info = nullptr;
+}
+
 bool VideoFile::Open(std::string filename, uint32_t buffer_frames) {
     file = std::make_unique<File>(filename, File::READ);
     if (!file->IsOpen()) {
         std::cout << "Could not open '" << filename << "'" << std::endl;
         return false;
     }
+    // One pass over the whole stream first: the decoder only ever sees it up to its first
+    // broken sequence header. Then the file is read again from its start.
+    {
+        const int64_t length = file->ReadAll();
+        stream_limit = length > 0 ? PlayableLength(reinterpret_cast<const uint8_t*>(file->Data()),
+                                                   uint64_t(length))
+                                  : 0;
+    }
+    file = std::make_unique<File>(filename, File::READ);
+    stream_fed = 0;
     SetStreamBufferSize(kStreamBuffer);
     if (decoder != nullptr) mpeg2_close(decoder);
     info = nullptr;
@@ -107,23 +183,39 @@ bool VideoFile::Open(std::string filename, uint32_t buffer_frames) {
     info = mpeg2_info(decoder);
 
     open_chunk.assign(kOpenChunk, 0);
+    int32_t first_width = -1;
+    int32_t first_height = -1;
     for (;;) {
         const mpeg2_state_t state = mpeg2_parse(decoder);
         switch (state) {
             case STATE_BUFFER: {
-                const int64_t got = file->Read(open_chunk.data(), 1, kOpenChunk);
+                const int64_t got = ReadStream(open_chunk.data(), kOpenChunk);
                 if (got <= 0) {
                     // No picture in the whole stream: the decoder goes, so that Update
                     // leaves this video alone as after any failed Open.
-                    mpeg2_close(decoder);
-                    decoder = nullptr;
-                    info = nullptr;
+                    CloseDecoder();
                     return false;
                 }
                 mpeg2_buffer(decoder, open_chunk.data(), open_chunk.data() + got);
                 break;
             }
             case STATE_SEQUENCE:
+                if (!Mpeg2Sequence()) {
+                    std::cout << "Video: '" << filename << "' is not an MPEG-2 stream" << std::endl;
+                    CloseDecoder();
+                    return false;
+                }
+                // The decoder's converted pictures keep the first sequence's size: a
+                // second size before the first picture is a broken stream.
+                if (first_width >= 0 && (int32_t(info->sequence->width) != first_width ||
+                                         int32_t(info->sequence->height) != first_height)) {
+                    std::cout << "Video: '" << filename
+                              << "' changes its picture size before its first picture" << std::endl;
+                    CloseDecoder();
+                    return false;
+                }
+                first_width = int32_t(info->sequence->width);
+                first_height = int32_t(info->sequence->height);
                 mpeg2_convert(decoder, mpeg2convert_rgb24, nullptr);
                 break;
             case STATE_SLICE:
@@ -135,6 +227,8 @@ bool VideoFile::Open(std::string filename, uint32_t buffer_frames) {
                     // The display texture does not exist yet: this first picture is dropped.
                     Upload(width, height, info->display_fbuf->buf[0], display_texture);
                     AllocateTextures(width, height, buffer_frames);
+                    // A stream whose first picture is also its end has nothing more.
+                    if (state != STATE_SLICE) stream_stopped = true;
                     return true;
                 }
                 break;
@@ -145,6 +239,10 @@ bool VideoFile::Open(std::string filename, uint32_t buffer_frames) {
 }
 
 void VideoFile::DecodeStep() {
+    if (stream_stopped) {
+        status = VIDEO_END;
+        return;
+    }
     if (free.empty()) {
         status = VIDEO_PLAYING;  // every texture holds a picture: buffering is over
         return;
@@ -158,18 +256,44 @@ void VideoFile::DecodeStep() {
             retired_buffer.reset();
             int64_t got = 0;
             if (file != nullptr && stream_buffer != nullptr)
-                got = file->Read(stream_buffer.get(), 1, stream_buffer_size);
+                got = ReadStream(stream_buffer.get(), stream_buffer_size);
             if (got < 0) got = 0;
             mpeg2_buffer(decoder, stream_buffer.get(), stream_buffer.get() + got);
             break;
         }
         case STATE_SEQUENCE:
+            // A stream whose pictures change size ends there: the textures have the first
+            // size, and the decoder frees its pictures wrongly when a broken stream
+            // changes size after an invalid end. So does one that turns to MPEG-1.
+            if (!Mpeg2Sequence()) {
+                std::cout << "Video: the stream turns to MPEG-1, the video ends there" << std::endl;
+                stream_stopped = true;
+                status = VIDEO_END;
+                break;
+            }
+            if (textures_ready && info->sequence != nullptr &&
+                (int32_t(info->sequence->width) != width ||
+                 int32_t(info->sequence->height) != height)) {
+                std::cout << "Video: the picture size changes from " << width << "x" << height
+                          << " to " << info->sequence->width << "x" << info->sequence->height
+                          << ", the video ends there" << std::endl;
+                stream_stopped = true;
+                status = VIDEO_END;
+                break;
+            }
             mpeg2_convert(decoder, mpeg2convert_rgb24, nullptr);
             break;
         case STATE_SLICE:
         case STATE_END:
         case STATE_INVALID_END: {
-            if (state == STATE_END) status = VIDEO_END;
+            // The decoder is not driven past the end of its sequence: what follows an end
+            // in a broken stream makes it free its pictures wrongly. An invalid end ends
+            // the video too, and its picture (which may be one already freed) is not taken.
+            if (state == STATE_END || state == STATE_INVALID_END) {
+                status = VIDEO_END;
+                stream_stopped = true;
+            }
+            if (state == STATE_INVALID_END) break;
             if (!PictureReady()) break;
             const int32_t w = int32_t(info->sequence->width);
             const int32_t h = int32_t(info->sequence->height);

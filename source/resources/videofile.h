@@ -74,8 +74,9 @@ public:
     // Opens `filename` on the search path and decodes up to the first picture (which is
     // dropped), then makes the display texture and `buffer_frames` more. False with
     // "Could not open '<name>'" for a missing file, "Could not allocate a decoder object"
-    // when libmpeg2 has none, and silently when the stream ends before a picture (the
-    // decoder is then closed again).
+    // when libmpeg2 has none, "Video: '<name>' is not an MPEG-2 stream" for MPEG-1,
+    // "Video: '<name>' changes its picture size before its first picture", and silently
+    // when the stream ends before a picture (the decoder is then closed again).
     bool Open(std::string filename, uint32_t buffer_frames);
     // A read buffer of `size` bytes for the next reads (8000 after Open). The old buffer
     // is kept until the decoder has used up what it holds.
@@ -89,6 +90,11 @@ public:
     // Binds `display_texture` when it is a texture and draws DrawQuad(x1, y1, x2, y2)
     // with texturing on. Needs a current GL context.
     void Draw(float x1, float y1, float x2, float y2);
+    // How much of a stream the decoder may see: up to the first sequence header or
+    // sequence extension that differs from the first ones, a sequence header without its
+    // MPEG-2 extension, a sequence extension elsewhere, or one for other than 4:2:0
+    // pictures below 4096 pixels. The decoder writes past its pictures on such streams.
+    static uint64_t PlayableLength(const uint8_t* data, uint64_t size);
     // Debug listing: the frame rule, then "fl: <texture>" for each free texture and
     // "al: <texture>" for each active one.
     void DumpLists();
@@ -122,6 +128,19 @@ private:
     // Bytes handed to the decoder that it may still be reading: Open's first chunk and a
     // buffer that SetStreamBufferSize replaced. Freed at the decoder's next request.
     std::vector<uint8_t> open_chunk;
+    // Whether the decoder's sequence is MPEG-2. The decoder crashes on broken MPEG-1
+    // sequences that carry MPEG-2 picture extensions, so only MPEG-2 is played.
+    bool Mpeg2Sequence() const;
+    // Closes the decoder of a failed Open, so that Update leaves the video alone.
+    void CloseDecoder();
+    // Reads up to `size` bytes of the stream, never past `stream_limit`.
+    int64_t ReadStream(uint8_t* dest, uint32_t size);
+    uint64_t stream_limit = 0;  // bytes of the file the decoder may see
+    uint64_t stream_fed = 0;    // bytes read so far
+    // Set at the end of the sequence (a valid or an invalid end) and when a sequence
+    // header of another picture size (or of MPEG-1) arrived: no more parsing, the status
+    // stays VIDEO_END.
+    bool stream_stopped = false;
     std::unique_ptr<uint8_t[]> retired_buffer;
     VideoTextures* textures;  // not owned
 };

@@ -7,6 +7,8 @@
 
 #include <cmath>
 #include <cstdlib>
+#include <fstream>
+#include <iterator>
 #include <string>
 #include <vector>
 
@@ -374,3 +376,92 @@ void CompareWithFfmpeg(uint32_t stream_buffer) {
 TEST(VideoDecoding, PicturesMatchAnIndependentDecoder) { CompareWithFfmpeg(8000); }
 
 TEST(VideoDecoding, ATinyReadBufferSetAfterOpenGivesTheSamePictures) { CompareWithFfmpeg(100); }
+
+namespace {
+
+std::vector<uint8_t> CorpusFile(const char* name) {
+    std::ifstream in(std::string(VELMORA_SOURCE_DIR) + "/fuzz/corpus/video/" + name,
+                     std::ios::binary);
+    return std::vector<uint8_t>(std::istreambuf_iterator<char>(in), {});
+}
+
+uint64_t Playable(const std::vector<uint8_t>& bytes) {
+    return VideoFile::PlayableLength(bytes.data(), bytes.size());
+}
+
+}  // namespace
+
+TEST(VideoStreamCheck, AWholeGoodStreamIsPlayable) {
+    std::ifstream in(IntroPath(), std::ios::binary);
+    const std::vector<uint8_t> intro(std::istreambuf_iterator<char>(in), {});
+    ASSERT_GT(intro.size(), 100000u);
+    EXPECT_EQ(Playable(intro), intro.size());
+    const std::vector<uint8_t> tiny = CorpusFile("tiny_32x32.m2v");
+    EXPECT_EQ(Playable(tiny), tiny.size());
+}
+
+TEST(VideoStreamCheck, TheStreamEndsBeforeTheFirstBrokenSequence) {
+    const std::vector<uint8_t> tiny = CorpusFile("tiny_32x32.m2v");
+    const std::vector<uint8_t> strip = CorpusFile("strip_48x16.m2v");
+    ASSERT_EQ(tiny[3], 0xB3);
+    // Another picture size: cut at its sequence header.
+    std::vector<uint8_t> two = tiny;
+    two.insert(two.end(), strip.begin(), strip.end());
+    EXPECT_EQ(Playable(two), tiny.size());
+    // The same header again is fine.
+    std::vector<uint8_t> twice = tiny;
+    twice.insert(twice.end(), tiny.begin(), tiny.end());
+    EXPECT_EQ(Playable(twice), twice.size());
+    // A sequence header without its extension (MPEG-1): cut at the header.
+    std::vector<uint8_t> mpeg1 = {0,    0,    1, 0xB3, 0x02, 0x00, 0x20, 0x13, 0xFF, 0xFF,
+                                  0xE0, 0x18, 0, 0,    1,    0xB8, 0,    0,    0,    0};
+    EXPECT_EQ(Playable(mpeg1), 0u);
+    // An extension for 4:2:2 pictures (chroma format 2): cut at the header.
+    std::vector<uint8_t> chroma = tiny;
+    ASSERT_EQ(chroma[12 + 3], 0xB5);
+    chroma[12 + 5] = uint8_t((chroma[12 + 5] & ~0x06) | (2 << 1));
+    EXPECT_EQ(Playable(chroma), 0u);
+    // A sequence extension after a picture: cut there.
+    std::vector<uint8_t> stray = tiny;
+    const std::vector<uint8_t> extension(tiny.begin() + 12, tiny.begin() + 22);
+    stray.insert(stray.end(), extension.begin(), extension.end());
+    EXPECT_EQ(Playable(stray), tiny.size());
+    // A header cut short at the end of the file.
+    std::vector<uint8_t> short_header = tiny;
+    short_header.insert(short_header.end(), {0, 0, 1, 0xB3, 0x02});
+    EXPECT_EQ(Playable(short_header), tiny.size());
+}
+
+TEST_F(VideoTest, AStreamThatChangesPictureSizeIsPlayedUpToTheChange) {
+    // Four pictures of 32x32, then a sequence of 48x16: the decoder never sees the second.
+    std::vector<uint8_t> bytes = CorpusFile("tiny_32x32.m2v");
+    const std::vector<uint8_t> strip = CorpusFile("strip_48x16.m2v");
+    bytes.insert(bytes.end(), strip.begin(), strip.end());
+    testfiles::WriteFile("video/two_sizes.m2v", bytes);
+
+    VideoFile video(&gl);
+    testing::internal::CaptureStdout();
+    ASSERT_TRUE(video.Open("video/two_sizes.m2v", 10));
+    EXPECT_EQ(video.width, 32);
+    EXPECT_EQ(video.height, 32);
+    for (int i = 0; i < 2000; ++i) video.Update(0.0f);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+    // Picture 1 (0 went to Open); the decoder holds the others back for an end of the
+    // sequence that never comes.
+    EXPECT_EQ(gl.uploads.size(), 1u);
+    for (const auto& [name, t] : gl.live) EXPECT_EQ(t.w, 32) << name;
+    EXPECT_EQ(video.status, VideoFile::VIDEO_BUFFERING);
+}
+
+TEST_F(VideoTest, AnMpeg1StreamIsRefused) {
+    testfiles::WriteFile(
+        "video/mpeg1.m2v",
+        {0, 0, 1, 0xB3, 0x02, 0x00, 0x20, 0x13, 0xFF, 0xFF, 0xE0, 0x18, 0, 0, 1, 0xB8, 0, 0, 0, 0});
+    VideoFile video(&gl);
+    testing::internal::CaptureStdout();
+    EXPECT_FALSE(video.Open("video/mpeg1.m2v", 5));
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");  // cut to nothing: no picture
+    EXPECT_EQ(video.decoder, nullptr);
+    EXPECT_EQ(video.Update(1.0f), VideoFile::VIDEO_BUFFERING);
+    EXPECT_TRUE(gl.calls.empty());
+}
