@@ -9,14 +9,15 @@
 
 void GUIButton::Load(CfoNode* node, ResourceManager* resources) {
     GUIObject::Load(node, resources);
+    // Without a node the button still takes its font.
     std::string file;
-    if (resources != nullptr && CfoReadString(node, "image_selected", file))
+    if (node != nullptr && resources != nullptr && CfoReadString(node, "image_selected", file))
         resources->Load(image_selected, file);
-    if (resources != nullptr && CfoReadString(node, "image_normal", file))
+    if (node != nullptr && resources != nullptr && CfoReadString(node, "image_normal", file))
         resources->Load(image_normal, file);
-    CfoReadFloat(node, "font_size", font_size);
+    if (node != nullptr) CfoReadFloat(node, "font_size", font_size);
     if (resources != nullptr) resources->Load(font, kFontFile);
-    CfoReadString(node, "text", text);
+    if (node != nullptr) CfoReadString(node, "text", text);
 }
 
 void GUIButton::Bind(EventManager* events, SceneManager*, CollisionManager*) {

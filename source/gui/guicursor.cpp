@@ -12,7 +12,8 @@
 void GUICursor::Load(CfoNode* node, ResourceManager* resources) {
     GUIObject::Load(node, resources);
     std::string file;
-    if (resources != nullptr && CfoReadString(node, "image", file)) resources->Load(image, file);
+    if (node != nullptr && resources != nullptr && CfoReadString(node, "image", file))
+        resources->Load(image, file);
 }
 
 void GUICursor::Render(RenderQueue*) {

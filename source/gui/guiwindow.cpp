@@ -13,7 +13,8 @@
 void GUIWindow::Load(CfoNode* node, ResourceManager* resources) {
     GUIObject::Load(node, resources);
     std::string file;
-    if (resources != nullptr && CfoReadString(node, "image", file)) resources->Load(image, file);
+    if (node != nullptr && resources != nullptr && CfoReadString(node, "image", file))
+        resources->Load(image, file);
 }
 
 void GUIWindow::Bind(EventManager* events, SceneManager*, CollisionManager*) {

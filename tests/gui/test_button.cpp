@@ -144,3 +144,18 @@ TEST_F(ButtonTest, CollisionEventsAreTakenAndIgnored) {
     CollisionEvent<PhysicsStaticGeometry> hit;
     EXPECT_TRUE(Find<GUIButton>("ok")->OnCollision(&hit));
 }
+
+TEST(GuiWidgets, ANullNodeLeavesTheDefaults) {
+    GUIButton button;
+    button.Load(nullptr, nullptr);
+    EXPECT_EQ(button.font_size, 0.6f);
+    EXPECT_TRUE(button.text.empty());
+    GUIWindow window;
+    window.Load(nullptr, nullptr);
+    EXPECT_FALSE(window.image.IsValid());
+    CustomGuiLayer layer;
+    layer.Load(nullptr, nullptr);
+    GameGuiLayer game;
+    game.Load(nullptr, nullptr);
+    EXPECT_EQ(game.screen_pos, HVector2(0, 0));
+}
