@@ -13,7 +13,10 @@
 #include "gui/customguilayer.h"
 #include "gui/gameguilayer.h"
 #include "gui/guibutton.h"
+#include "gui/guifilewindow.h"
 #include "gui/guiimage.h"
+#include "gui/guilist.h"
+#include "gui/guivideo.h"
 #include "gui/guiwindow.h"
 #include "platform/banner.h"
 #include "platform/draw.h"
@@ -66,8 +69,9 @@ void RegisterClasses(SceneManager* scene_manager) {
     classes->Register<GUIWindow>();
     classes->Register<GUIButton>();
     classes->Register<GUIImage>();
-    // GUIVideo, GUIList and GUIFileWindow register here, with the video player and the
-    // scene picker.
+    classes->Register<GUIVideo>();
+    classes->Register<GUIList>();
+    classes->Register<GUIFileWindow>();
     classes->Register<Scene>();
     classes->Register<Player>();
     classes->Register<EnemyPoliceDude>();

@@ -32,8 +32,7 @@ void GUIImage::Render(RenderQueue*) {
     glColor3f(1.0f, 1.0f, 1.0f);
     glEnable(GL_TEXTURE_2D);
     SetTextureClamp(true);
-    glEnable(GL_TEXTURE_2D);
-    DrawQuad(-w / 2.0f, h / 2.0f, w / 2.0f, -h / 2.0f);
+    video.Draw(-w / 2.0f, h / 2.0f, w / 2.0f, -h / 2.0f);
     SetTextureClamp(false);
     DrawDebugOutline(size);
     EndWidgetDraw();

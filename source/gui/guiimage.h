@@ -8,6 +8,7 @@
 #include "gui/guiobject.h"
 #include "resources/resourcehandle.h"
 #include "resources/texturedds.h"
+#include "resources/videofile.h"
 
 class GUIImage : public GUIObject, public EventListener {
     VELMORA_ENTITY_TYPE("GUIImage")
@@ -26,6 +27,7 @@ public:
     bool OnFrame(FrameEvent* event);
 
     ResourceHandle<TextureDDS> image;
-    // The video member (a VideoFile that no code opens) joins here with the video player;
-    // until then Render draws what opening nothing would: the quad with the last texture.
+    // Never opened: Render draws through it, which binds nothing and leaves the quad with
+    // the last bound texture.
+    VideoFile video;
 };
