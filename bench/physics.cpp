@@ -182,6 +182,7 @@ BENCHMARK(BM_StepVelmora)
     ->Arg(10)
     ->Arg(50)
     ->Arg(200)
+    ->Arg(500)
     ->ArgName("characters")
     ->Unit(benchmark::kMicrosecond);
 
@@ -262,6 +263,7 @@ BENCHMARK(BM_StepBox2D)
     ->Arg(10)
     ->Arg(50)
     ->Arg(200)
+    ->Arg(500)
     ->ArgName("characters")
     ->Unit(benchmark::kMicrosecond);
 

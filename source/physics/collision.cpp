@@ -401,9 +401,14 @@ bool PhysicsBody::RayTest(HVector2 origin, HVector2 direction, HVector2& point, 
     float bestU = 85465168.0f;
     const PhysicsMatrix O = OrientationMatrix();
     const int n = VertexCount();
+    if (n <= 0) return false;
+    // Each vertex is placed once: the end of one edge is the start of the next, and the
+    // last edge closes on the first vertex.
+    const HVector2 first = position + O.Mul(vertices[0]);
+    HVector2 P1 = first;
     for (int i = 0; i < n; i++) {
-        HVector2 P0 = position + O.Mul(vertices[i]);
-        HVector2 P1 = position + O.Mul(vertices[(i + 1) % n]);
+        const HVector2 P0 = P1;
+        P1 = i + 1 < n ? position + O.Mul(vertices[i + 1]) : first;
         HVector2 E = P1 - P0;
         float den = PhysicsCross(direction, E);
         if (den >= -1e-8f && den < 1e-8f) continue;

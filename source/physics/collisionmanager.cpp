@@ -2,9 +2,11 @@
 
 #include "physics/collisionmanager.h"
 
+#include <algorithm>
 #include <cassert>
 #include <cmath>
 #include <cstdio>
+#include <cstring>
 
 #include <emmintrin.h>
 
@@ -201,35 +203,20 @@ static inline bool RayMayPass(float cx, float cy, float cr, float ox, float oy, 
     return (behind & nearOrigin) | (!behind & nearLine);
 }
 
-// RayMayPass on four pairs at once: four circles against one ray (circle arrays given) or
-// one circle against four rays (ray arrays given). The same operations in the same order as
-// the one-pair form; a bit per lane that may pass.
-static int MayHit4(const float* cx, const float* cy, const float* cr, const float* ox,
-                   const float* oy, const float* dx, const float* dy, float ccx, float ccy,
-                   float ccr, float rox, float roy, float rdx, float rdy) {
-    const __m128 CX = cx ? _mm_loadu_ps(cx) : _mm_set1_ps(ccx);
-    const __m128 CY = cy ? _mm_loadu_ps(cy) : _mm_set1_ps(ccy);
-    const __m128 CR = cr ? _mm_loadu_ps(cr) : _mm_set1_ps(ccr);
-    const __m128 OX = ox ? _mm_loadu_ps(ox) : _mm_set1_ps(rox);
-    const __m128 OY = oy ? _mm_loadu_ps(oy) : _mm_set1_ps(roy);
-    const __m128 DX = dx ? _mm_loadu_ps(dx) : _mm_set1_ps(rdx);
-    const __m128 DY = dy ? _mm_loadu_ps(dy) : _mm_set1_ps(rdy);
+// A looser pre-test for four pairs at once: circles (kx, ky from the ray's origin to the
+// centres, `grow` their radii and a little more, or infinity for a circle that is not
+// finite) against rays (unit directions ux, uy and their `strip`). A circle may pass when
+// its centre lies within its grow plus the strip of the line and no further behind the
+// origin. Every pair that RayMayPass lets through passes this one (see ListPartners); NaN
+// passes. It picks the few pairs that RayMayPass needs to look at. A bit per lane.
+static inline int NearStrip4(__m128 kx, __m128 ky, __m128 grow, __m128 ux, __m128 uy,
+                             __m128 strip) {
     const __m128 absMask = _mm_castsi128_ps(_mm_set1_epi32(0x7fffffff));
-    const __m128 kx = _mm_sub_ps(CX, OX);
-    const __m128 ky = _mm_sub_ps(CY, OY);
-    const __m128 along = _mm_add_ps(_mm_mul_ps(kx, DX), _mm_mul_ps(ky, DY));
-    const __m128 k2 = _mm_add_ps(_mm_mul_ps(kx, kx), _mm_mul_ps(ky, ky));
-    const __m128 side = _mm_sub_ps(_mm_mul_ps(ky, DX), _mm_mul_ps(kx, DY));
-    const __m128 dd = _mm_add_ps(_mm_mul_ps(DX, DX), _mm_mul_ps(DY, DY));
-    const __m128 spread =
-        _mm_add_ps(_mm_add_ps(_mm_add_ps(_mm_set1_ps(1.0f), CR), _mm_and_ps(kx, absMask)),
-                   _mm_and_ps(ky, absMask));
-    const __m128 wide = _mm_add_ps(CR, _mm_mul_ps(_mm_set1_ps(1e-3f), spread));
-    const __m128 behind = _mm_cmpngt_ps(along, _mm_setzero_ps());
-    const __m128 nearOrigin = _mm_cmpngt_ps(k2, _mm_mul_ps(CR, CR));
-    const __m128 nearLine =
-        _mm_cmpngt_ps(_mm_mul_ps(side, side), _mm_mul_ps(_mm_mul_ps(wide, wide), dd));
-    const __m128 pass = _mm_or_ps(_mm_and_ps(behind, nearOrigin), _mm_andnot_ps(behind, nearLine));
+    const __m128 reach = _mm_add_ps(grow, strip);
+    const __m128 side = _mm_and_ps(_mm_sub_ps(_mm_mul_ps(ky, ux), _mm_mul_ps(kx, uy)), absMask);
+    const __m128 along = _mm_add_ps(_mm_mul_ps(kx, ux), _mm_mul_ps(ky, uy));
+    const __m128 pass = _mm_and_ps(_mm_cmpngt_ps(side, reach),
+                                   _mm_cmpnlt_ps(along, _mm_sub_ps(_mm_setzero_ps(), reach)));
     return _mm_movemask_ps(pass);
 }
 
@@ -278,6 +265,10 @@ void CollisionManager::GatherObjects() {
                     obj->boundingCircle.centre.x,
                     obj->boundingCircle.centre.y,
                     obj->boundingCircle.radius,
+                    0.0f,
+                    0.0f,
+                    0.0f,
+                    0.0f,
                     0.0f,
                     0.0f};
         if (e.typeId == charId) {
@@ -403,6 +394,57 @@ void CollisionManager::ListPartners() {
         }
         if (scratch[k].kind == 0) charIndex.push_back(uint32_t(k));
     }
+
+    // The looser ray pre-test (NearStrip4). RayMayPass lets a circle through only when its
+    // centre lies within |r| + 1e-3 (1 + |r| + |kx| + |ky|) of the half-line (k: from the
+    // origin to the centre), behind the origin only within |r| of it. The circle's part
+    // becomes its `grow`, 1.002 |r|; with the centres' bounds the rest is at most
+    // 1e-3 (1 + far) for a ray, `far` its greatest |kx| + |ky| over the bounds, and the
+    // strip takes 1.1e-3 (1 + far) plus room for rounding. A circle that is not finite, or a
+    // ray that is not finite or whose direction is too short or long to normalise, passes
+    // by an infinite reach.
+    bool any = false;
+    float lo[2] = {0.0f, 0.0f}, hi[2] = {0.0f, 0.0f};
+    bodyGrow.clear();
+    for (uint32_t k : bodyIndex) {
+        StepEntry& e = scratch[k];
+        const bool finite = std::isfinite(e.cx) && std::isfinite(e.cy) && std::isfinite(e.cr);
+        e.grow = finite ? std::fabs(e.cr) * 1.002f : INFINITY;
+        if (!std::isfinite(e.grow)) e.grow = INFINITY;
+        bodyGrow.push_back(e.grow);
+        if (!finite) continue;
+        lo[0] = any ? std::min(lo[0], e.cx) : e.cx;
+        hi[0] = any ? std::max(hi[0], e.cx) : e.cx;
+        lo[1] = any ? std::min(lo[1], e.cy) : e.cy;
+        hi[1] = any ? std::max(hi[1], e.cy) : e.cy;
+        any = true;
+    }
+    rayUx.clear();
+    rayUy.clear();
+    rayStrip.clear();
+    for (uint32_t k : rayIndex) {
+        StepEntry& e = scratch[k];
+        const float dd = e.dx * e.dx + e.dy * e.dy;
+        e.ux = e.uy = 0.0f;
+        e.strip = INFINITY;
+        if (any && std::isfinite(e.cx) && std::isfinite(e.cy) && std::isfinite(e.dx) &&
+            std::isfinite(e.dy) && dd > 1e-20f && dd < 1e30f) {
+            const float len = std::sqrt(dd);
+            const double ox = e.cx, oy = e.cy;
+            const double far = std::max(std::fabs(lo[0] - ox), std::fabs(hi[0] - ox)) +
+                               std::max(std::fabs(lo[1] - oy), std::fabs(hi[1] - oy));
+            const double strip =
+                1.1e-3 * (1.0 + far) + 1e-5 * (2.0 * (std::fabs(ox) + std::fabs(oy)) + far + 1.0);
+            if (strip < 1e30) {
+                e.ux = e.dx / len;
+                e.uy = e.dy / len;
+                e.strip = float(strip);
+            }
+        }
+        rayUx.push_back(e.ux);
+        rayUy.push_back(e.uy);
+        rayStrip.push_back(e.strip);
+    }
 }
 
 // Every unordered pair once, i before j, in list order: the order in which the hits of
@@ -413,6 +455,8 @@ void CollisionManager::TestPairs(float dt) {
     carry.dt = dt;
     PartnerCursors at;
     const size_t count = scratch.size();
+    useGrid = plan.fastRays && broadphase && charIndex.size() >= size_t(broadphaseFromCharacters);
+    if (useGrid) PrepareBroadphase();
     for (size_t i = 0; i < count; i++) {
         while (at.nonRay < nonRayIndex.size() && nonRayIndex[at.nonRay] < i) at.nonRay++;
         while (at.nonStatic < nonStaticIndex.size() && nonStaticIndex[at.nonStatic] < i)
@@ -426,6 +470,8 @@ void CollisionManager::TestPairs(float dt) {
             ListedPairsOf(i, ei, at);
         else if (ei.kind == 2)
             SettledPairsOfRay(ei, at);
+        else if (useGrid)
+            GridPairsOfBody(uint32_t(i), ei, at);
         else
             SettledPairsOfBody(ei, at);
     }
@@ -511,15 +557,25 @@ void CollisionManager::ListedPairsOf(size_t i, const StepEntry& ei, const Partne
 // may pass are visited in list order.
 void CollisionManager::SettledPairsOfRay(const StepEntry& ray, const PartnerCursors& at) {
     candidates.clear();
+    const size_t n = bodyIndex.size();
+    const float *cx = bodyCx.data(), *cy = bodyCy.data(), *cr = bodyCr.data();
+    const float* grow = bodyGrow.data();
+    const __m128 OX = _mm_set1_ps(ray.cx), OY = _mm_set1_ps(ray.cy);
+    const __m128 UX = _mm_set1_ps(ray.ux), UY = _mm_set1_ps(ray.uy);
+    const __m128 S = _mm_set1_ps(ray.strip);
     size_t k = at.body;
-    for (; k + 4 <= bodyIndex.size(); k += 4) {
-        int bits = MayHit4(&bodyCx[k], &bodyCy[k], &bodyCr[k], nullptr, nullptr, nullptr, nullptr,
-                           ray.cx, ray.cy, ray.cr, ray.cx, ray.cy, ray.dx, ray.dy);
-        for (int lane = 0; lane < 4; lane++)
-            if (bits & (1 << lane)) candidates.push_back(bodyIndex[k + lane]);
+    for (; k + 4 <= n; k += 4) {
+        int bits =
+            NearStrip4(_mm_sub_ps(_mm_loadu_ps(cx + k), OX), _mm_sub_ps(_mm_loadu_ps(cy + k), OY),
+                       _mm_loadu_ps(grow + k), UX, UY, S);
+        for (; bits; bits &= bits - 1) {
+            const size_t j = k + size_t(__builtin_ctz(unsigned(bits)));
+            if (RayMayPass(cx[j], cy[j], cr[j], ray.cx, ray.cy, ray.dx, ray.dy))
+                candidates.push_back(bodyIndex[j]);
+        }
     }
-    for (; k < bodyIndex.size(); k++)
-        if (RayMayPass(bodyCx[k], bodyCy[k], bodyCr[k], ray.cx, ray.cy, ray.dx, ray.dy))
+    for (; k < n; k++)
+        if (RayMayPass(cx[k], cy[k], cr[k], ray.cx, ray.cy, ray.dx, ray.dy))
             candidates.push_back(bodyIndex[k]);
     for (uint32_t j : candidates) VisitPair(ray, scratch[j], true);
 }
@@ -527,18 +583,31 @@ void CollisionManager::SettledPairsOfRay(const StepEntry& ray, const PartnerCurs
 // A body's ray pairs are settled ahead as a ray's are (SettledPairsOfRay), then merged in
 // list order with its polygon partners, whose box test reads positions as they stand: all
 // bodies after a character, the characters after a static body.
-void CollisionManager::SettledPairsOfBody(const StepEntry& body, const PartnerCursors& at) {
+void CollisionManager::SettledRaysOfBody(const StepEntry& body, const PartnerCursors& at) {
     candidates.clear();
+    const size_t n = rayIndex.size();
+    const float *ox = rayOx.data(), *oy = rayOy.data(), *dx = rayDx.data(), *dy = rayDy.data();
+    const float *ux = rayUx.data(), *uy = rayUy.data(), *strip = rayStrip.data();
+    const __m128 CX = _mm_set1_ps(body.cx), CY = _mm_set1_ps(body.cy);
+    const __m128 G = _mm_set1_ps(body.grow);
     size_t k = at.ray;
-    for (; k + 4 <= rayIndex.size(); k += 4) {
-        int bits = MayHit4(nullptr, nullptr, nullptr, &rayOx[k], &rayOy[k], &rayDx[k], &rayDy[k],
-                           body.cx, body.cy, body.cr, 0.0f, 0.0f, 0.0f, 0.0f);
-        for (int lane = 0; lane < 4; lane++)
-            if (bits & (1 << lane)) candidates.push_back(rayIndex[k + lane]);
+    for (; k + 4 <= n; k += 4) {
+        int bits =
+            NearStrip4(_mm_sub_ps(CX, _mm_loadu_ps(ox + k)), _mm_sub_ps(CY, _mm_loadu_ps(oy + k)),
+                       G, _mm_loadu_ps(ux + k), _mm_loadu_ps(uy + k), _mm_loadu_ps(strip + k));
+        for (; bits; bits &= bits - 1) {
+            const size_t j = k + size_t(__builtin_ctz(unsigned(bits)));
+            if (RayMayPass(body.cx, body.cy, body.cr, ox[j], oy[j], dx[j], dy[j]))
+                candidates.push_back(rayIndex[j]);
+        }
     }
-    for (; k < rayIndex.size(); k++)
-        if (RayMayPass(body.cx, body.cy, body.cr, rayOx[k], rayOy[k], rayDx[k], rayDy[k]))
+    for (; k < n; k++)
+        if (RayMayPass(body.cx, body.cy, body.cr, ox[k], oy[k], dx[k], dy[k]))
             candidates.push_back(rayIndex[k]);
+}
+
+void CollisionManager::SettledPairsOfBody(const StepEntry& body, const PartnerCursors& at) {
+    SettledRaysOfBody(body, at);
     const uint32_t* bodies =
         body.kind == 0 ? bodyIndex.data() + at.body : charIndex.data() + at.chr;
     const size_t nb = body.kind == 0 ? bodyIndex.size() - at.body : charIndex.size() - at.chr;
@@ -551,6 +620,241 @@ void CollisionManager::SettledPairsOfBody(const StepEntry& body, const PartnerCu
         for (; b < nb && bodies[b] < limit; b++) {
             const StepEntry& ej = entries[bodies[b]];
             if (!BoxesApart(body, ej)) VisitPair(body, ej, true);
+        }
+    };
+    for (uint32_t ray : candidates) {
+        polygonPairsBefore(ray);
+        VisitPair(body, entries[ray], true);
+    }
+    polygonPairsBefore(UINT32_MAX);
+}
+
+// ---- the broadphase ----
+
+namespace {
+
+// Boxes covering more cells than this are handed to every search instead.
+constexpr int kGridWideCells = 16;
+// The grid never has more than this many cells a side.
+constexpr int kGridMaxSide = 256;
+// More body-grid rebuilds than this in one step (bodies pushed far, again and again): the
+// rest of the step compares every partner, as without the grid.
+constexpr int kGridMaxRebuilds = 8;
+// A body with no more partners than this after it compares them all, as without the grid.
+constexpr long kGridFromPartners = 24;
+
+bool Finite(float v) { return std::isfinite(v); }
+
+}  // namespace
+
+void CollisionManager::Grid::Build(const std::vector<uint32_t>& ids, const std::vector<float>& lx,
+                                   const std::vector<float>& ly, const std::vector<float>& hx,
+                                   const std::vector<float>& hy) {
+    const size_t n = ids.size();
+    span.assign(4 * n, -1);
+    wide.clear();
+    items.clear();
+    auto usable = [&](size_t k) {
+        return Finite(lx[k]) && Finite(ly[k]) && Finite(hx[k]) && Finite(hy[k]) && lx[k] <= hx[k] &&
+               ly[k] <= hy[k];
+    };
+    size_t m = 0;
+    double sizes = 0.0;
+    float minX = 0.0f, minY = 0.0f, maxX = 0.0f, maxY = 0.0f;
+    for (size_t k = 0; k < n; k++) {
+        if (!usable(k)) continue;
+        if (m == 0) {
+            minX = lx[k];
+            minY = ly[k];
+            maxX = hx[k];
+            maxY = hy[k];
+        }
+        minX = std::min(minX, lx[k]);
+        minY = std::min(minY, ly[k]);
+        maxX = std::max(maxX, hx[k]);
+        maxY = std::max(maxY, hy[k]);
+        sizes += std::max(double(hx[k]) - lx[k], double(hy[k]) - ly[k]);
+        m++;
+    }
+    nx = ny = 0;
+    start.assign(1, 0);
+    if (m == 0) {
+        wide = ids;
+        return;
+    }
+    // About one cell per box, and no smaller than the boxes on average.
+    const double w = double(maxX) - minX, h = double(maxY) - minY;
+    cell = std::max({std::sqrt(w * h / double(m)), sizes / double(m),
+                     std::max(w, h) / double(kGridMaxSide - 1)});
+    if (!(cell > 0.0) || !std::isfinite(cell)) cell = std::max(w, h) > 0.0 ? std::max(w, h) : 1.0;
+    x0 = minX;
+    y0 = minY;
+    nx = std::min(kGridMaxSide, int(w / cell) + 1);
+    ny = std::min(kGridMaxSide, int(h / cell) + 1);
+    start.assign(size_t(nx) * size_t(ny) + 1, 0);
+    for (size_t k = 0; k < n; k++) {
+        int c0, r0, c1, r1;
+        if (!usable(k) || !Cells(lx[k], ly[k], hx[k], hy[k], c0, r0, c1, r1) ||
+            (c1 - c0 + 1) * (r1 - r0 + 1) > kGridWideCells) {
+            wide.push_back(ids[k]);
+            continue;
+        }
+        span[4 * k] = c0;
+        span[4 * k + 1] = r0;
+        span[4 * k + 2] = c1;
+        span[4 * k + 3] = r1;
+        for (int r = r0; r <= r1; r++)
+            for (int c = c0; c <= c1; c++) start[size_t(r) * size_t(nx) + size_t(c) + 1]++;
+    }
+    for (size_t c = 1; c < start.size(); c++) start[c] += start[c - 1];
+    items.resize(start.back());
+    std::vector<uint32_t>& fill = scratchFill;
+    fill.assign(start.begin(), start.end() - 1);
+    for (size_t k = 0; k < n; k++) {
+        if (span[4 * k] < 0) continue;
+        for (int r = span[4 * k + 1]; r <= span[4 * k + 3]; r++)
+            for (int c = span[4 * k]; c <= span[4 * k + 2]; c++)
+                items[fill[size_t(r) * size_t(nx) + size_t(c)]++] = ids[k];
+    }
+}
+
+bool CollisionManager::Grid::Cells(double lx, double ly, double hx, double hy, int& c0, int& r0,
+                                   int& c1, int& r1) const {
+    if (nx == 0) return false;
+    // The cell of a coordinate, -1 before the first and n past the last. It never decreases
+    // as the coordinate grows, so two boxes that overlap share a cell.
+    const double inverse = 1.0 / cell;
+    auto at = [inverse](double v, double origin, int n) {
+        const double f = (v - origin) * inverse;
+        if (!(f >= 0.0)) return -1;
+        if (f >= double(n)) return n;
+        return int(f);
+    };
+    c0 = at(lx, x0, nx);
+    c1 = at(hx, x0, nx);
+    r0 = at(ly, y0, ny);
+    r1 = at(hy, y0, ny);
+    if (c1 < 0 || c0 >= nx || r1 < 0 || r0 >= ny) return false;
+    c0 = std::max(c0, 0);
+    r0 = std::max(r0, 0);
+    c1 = std::min(c1, nx - 1);
+    r1 = std::min(r1, ny - 1);
+    return true;
+}
+
+// A fresh mark for a search's de-duplication (the marks restart at 1 when they run out).
+void CollisionManager::NewStamp() {
+    if (++stampNow == 0) {
+        std::fill(stamp.begin(), stamp.end(), 0u);
+        stampNow = 1;
+    }
+}
+
+void CollisionManager::PrepareBroadphase() {
+    gridOff = false;
+    gridRebuilds = 0;
+    stamp.assign(scratch.size(), 0u);
+    stampNow = 0;
+    builtX.assign(scratch.size(), 0.0f);
+    builtY.assign(scratch.size(), 0.0f);
+    BuildBodyGrid();
+}
+
+// Each body's box: its position plus its reach and the box comparison's margin, with room
+// for rounding. The positions it is built from are kept to measure later moves against.
+void CollisionManager::BuildBodyGrid() {
+    for (std::vector<float>* v : {&boxLx, &boxLy, &boxHx, &boxHy}) v->clear();
+    for (uint32_t k : bodyIndex) {
+        const StepEntry& e = scratch[k];
+        const HVector2 p = e.body->position;
+        const float half =
+            e.reach * 1.001f + 1e-5f * (std::fabs(p.x) + std::fabs(p.y) + e.reach + 1.0f);
+        boxLx.push_back(p.x - half);
+        boxLy.push_back(p.y - half);
+        boxHx.push_back(p.x + half);
+        boxHy.push_back(p.y + half);
+        builtX[k] = p.x;
+        builtY[k] = p.y;
+    }
+    bodyGrid.Build(bodyIndex, boxLx, boxLy, boxHx, boxHy);
+    moved = 0.0;
+}
+
+// The polygon partners of `body` after entry `after`, in list order: every body the box
+// comparison may let through where the body stands now (all bodies for a character, the
+// characters for a static body), and perhaps a few it will not.
+void CollisionManager::QueryPolygonPartners(const StepEntry& body, uint32_t after) {
+    polyCand.clear();
+    const bool character = body.kind == 0;
+    const HVector2 p = body.body->position;
+    if (!gridOff && !(moved <= 0.5 * bodyGrid.cell)) {
+        if (++gridRebuilds > kGridMaxRebuilds)
+            gridOff = true;
+        else
+            BuildBodyGrid();
+    }
+    // Two bodies are compared when their positions lie within the sum of their reaches
+    // plus a margin of 1e-3 (1 + that sum) on both axes: the other body's part is in its
+    // box, this body's part and the moves since the grid was built widen the search.
+    const double half = double(body.reach) * 1.001 + 1e-3 + moved +
+                        1e-5 * (std::fabs(double(p.x)) + std::fabs(double(p.y)) + body.reach + 1.0);
+    int c0, r0, c1, r1;
+    // A short list of partners is taken whole: searching the grid would cost more.
+    const std::vector<uint32_t>& all = character ? bodyIndex : charIndex;
+    const auto first = std::upper_bound(all.begin(), all.end(), after);
+    const bool searchable = !gridOff && Finite(p.x) && Finite(p.y) && std::isfinite(half) &&
+                            all.end() - first > kGridFromPartners;
+    if (!searchable) {
+        polyCand.assign(first, all.end());
+        return;
+    }
+    NewStamp();
+    auto take = [&](uint32_t j) {
+        if (j <= after || stamp[j] == stampNow) return;
+        stamp[j] = stampNow;
+        if (character || scratch[j].kind == 0) polyCand.push_back(j);
+    };
+    if (bodyGrid.Cells(p.x - half, p.y - half, p.x + half, p.y + half, c0, r0, c1, r1)) {
+        for (int r = r0; r <= r1; r++) {
+            for (int c = c0; c <= c1; c++) {
+                const size_t cell = size_t(r) * size_t(bodyGrid.nx) + size_t(c);
+                for (uint32_t at = bodyGrid.start[cell]; at < bodyGrid.start[cell + 1]; at++)
+                    take(bodyGrid.items[at]);
+            }
+        }
+    }
+    for (uint32_t j : bodyGrid.wide) take(j);
+    std::sort(polyCand.begin(), polyCand.end());
+}
+
+// SettledPairsOfBody with the partners from the grids. A separation that moves this body
+// searches again from where it now stands, for the partners after the one just met; one that
+// moves the partner counts towards how far the grid has gone out of date.
+void CollisionManager::GridPairsOfBody(uint32_t index, const StepEntry& body,
+                                       const PartnerCursors& cursors) {
+    SettledRaysOfBody(body, cursors);
+    QueryPolygonPartners(body, index);
+    const StepEntry* entries = scratch.data();  // no visit adds to it
+    HVector2& p = body.body->position;
+    HVector2 was = p;
+    size_t b = 0;
+    auto polygonPairsBefore = [&](uint32_t limit) {
+        while (b < polyCand.size() && polyCand[b] < limit) {
+            const uint32_t j = polyCand[b++];
+            const StepEntry& ej = entries[j];
+            if (BoxesApart(body, ej)) continue;
+            VisitPair(body, ej, true);
+            const HVector2& q = ej.body->position;
+            if (Finite(builtX[j]) && Finite(builtY[j])) {
+                const double d = std::max(std::fabs(double(q.x) - builtX[j]),
+                                          std::fabs(double(q.y) - builtY[j]));
+                if (!(d <= moved)) moved = std::isnan(d) ? INFINITY : d;
+            }
+            if (std::memcmp(&p, &was, sizeof p) != 0) {
+                was = p;
+                QueryPolygonPartners(body, j);
+                b = 0;
+            }
         }
     };
     for (uint32_t ray : candidates) {

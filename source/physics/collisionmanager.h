@@ -141,6 +141,19 @@ public:
     // own, a contact that the box comparison skips. Loading warns about those hulls
     // (PhysicsBody::IsConvex).
     bool pairPreTest = true;
+    // With the shortcuts on and the four handlers of the table in place, a body's polygon
+    // partners come from a uniform grid over the bodies' boxes, built at the start of the
+    // pair loop: it hands out, in list order, every partner the box comparison may let
+    // through (and a few more, which it then turns away), so the pairs tested and their order
+    // stay those of the loop without it. Separations move bodies during the loop: the searches
+    // widen by the furthest any body has moved since the grid was built, the grid is built
+    // again when that passes half a cell, and a body that is moved searches again from where
+    // it now stands. Rays, which reach to infinity, are not in it: their pairs are settled
+    // as without it. Off, every partner after a body is compared.
+    bool broadphase = true;
+    // Fewer characters than this and the grids would cost more than they save: the step
+    // compares every partner as without them.
+    int broadphaseFromCharacters = 100;
 
     PhysicsTreeNode* tree = nullptr;  // owned
     float lastUpdateTime = 0.0f;
@@ -162,6 +175,9 @@ private:
         // Fixed during the loop: a body's bounding circle, or a ray's origin and direction.
         float cx, cy, cr;  // circle centre and radius; a ray: its origin
         float dx, dy;      // a ray's direction
+        // For the looser ray pre-test (NearStrip4): a body's `grow`, a ray's unit direction
+        // and `strip`. Set by ListPartners.
+        float grow, ux, uy, strip;
     };
     struct HandlerCacheEntry {
         int first, second;
@@ -190,6 +206,26 @@ private:
         float dt = 0.0f;
     };
 
+    // A uniform grid over boxes: each cell lists, in list order, the entries (indices of
+    // `scratch`) whose box covers it. Boxes that are not finite or that cover too many cells
+    // are kept in `wide` and handed out to every search.
+    struct Grid {
+        double x0 = 0.0, y0 = 0.0, cell = 1.0;
+        int nx = 0, ny = 0;
+        std::vector<uint32_t> start;  // nx·ny + 1 offsets into items
+        std::vector<uint32_t> items;
+        std::vector<uint32_t> wide;
+        std::vector<int32_t> span;  // per box: first and last column and row, or -1
+        std::vector<uint32_t> scratchFill;
+        // Boxes: ids[k] covers [lx[k], hx[k]] × [ly[k], hy[k]].
+        void Build(const std::vector<uint32_t>& ids, const std::vector<float>& lx,
+                   const std::vector<float>& ly, const std::vector<float>& hx,
+                   const std::vector<float>& hy);
+        // The cells a finite box covers, clamped to the grid; false when it misses the grid.
+        bool Cells(double lx, double ly, double hx, double hy, int& c0, int& r0, int& c1,
+                   int& r1) const;
+    };
+
     // The phases of Step, in their order.
     void IntegrateObjects(float dt, float time);
     void GatherObjects();
@@ -198,6 +234,13 @@ private:
     void TestPairs(float dt);
     void PostNearestHits();
 
+    // The broadphase (see `broadphase`).
+    void PrepareBroadphase();
+    void BuildBodyGrid();
+    void QueryPolygonPartners(const StepEntry& body, uint32_t after);
+    void GridPairsOfBody(uint32_t index, const StepEntry& body, const PartnerCursors& at);
+    void NewStamp();
+
     // The pair loop's parts.
     CollisionHandler* LookupHandler(int first, int second, bool& swapped);
     int PreTestOf(const CollisionHandler* h, const StepEntry& a, const StepEntry& b) const;
@@ -205,6 +248,7 @@ private:
     static bool RayPairMayPass(const StepEntry& holder, const StepEntry& ray);
     void VisitPair(const StepEntry& ei, const StepEntry& ej, bool settled);
     void SettledPairsOfRay(const StepEntry& ray, const PartnerCursors& at);
+    void SettledRaysOfBody(const StepEntry& body, const PartnerCursors& at);
     void SettledPairsOfBody(const StepEntry& body, const PartnerCursors& at);
     void ListedPairsOf(size_t i, const StepEntry& ei, const PartnerCursors& at);
 
@@ -222,6 +266,21 @@ private:
     std::vector<uint32_t> rayIndex, bodyIndex, charIndex, candidates;
     // Beside rayIndex: origins and directions; beside bodyIndex: circle centres and radii.
     std::vector<float> rayOx, rayOy, rayDx, rayDy, bodyCx, bodyCy, bodyCr;
+    std::vector<float> rayUx, rayUy, rayStrip, bodyGrow;
+
+    // The broadphase's scratch: the body grid, the boxes it was built of and the positions
+    // they were built from, the furthest any body has moved from them since, and the
+    // rebuilds so far this step.
+    bool useGrid = false;
+    bool gridOff = false;
+    int gridRebuilds = 0;
+    double moved = 0.0;
+    Grid bodyGrid;
+    std::vector<float> boxLx, boxLy, boxHx, boxHy;
+    std::vector<float> builtX, builtY;  // by entry index
+    std::vector<uint32_t> polyCand;
+    std::vector<uint32_t> stamp;  // by entry index
+    uint32_t stampNow = 0;
 };
 
 #include <cstdio>

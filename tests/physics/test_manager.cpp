@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <cstring>
+#include <map>
 #include <memory>
 #include <random>
 #include <string>
@@ -631,6 +633,269 @@ TEST(PhysicsManager, PairPreTestChangesNothing) {
             ASSERT_EQ(p, q) << seed << " object " << i;
         }
     }
+}
+
+// ---- the broadphase changes nothing ----
+
+namespace {
+
+// A random world of any size for the broadphase: walls, characters (some heaped on one spot
+// so that separations push them far within a step), two rays each, and the odd ones the
+// grid keeps aside: a wall far larger than the rest, a ray of no direction, rays of huge and
+// tiny directions.
+struct Shape {
+    int walls, characters;
+    float extent;      // the world is a square of this half-size
+    float heap;        // the share of characters heaped on the centre
+    bool odd = false;  // the odd objects above
+};
+
+struct BigWorld {
+    EventManager events;
+    CollisionManager m;
+    std::vector<std::unique_ptr<Entity>> entities;
+    std::vector<std::unique_ptr<PhysicsObject>> objects;
+    std::vector<PhysicsObject*> order;
+    std::map<const PhysicsObject*, int> index;
+
+    BigWorld(unsigned seed, const Shape& shape) {
+        m.SetEventManager(&events);
+        std::mt19937 rng(seed);
+        const float e = shape.extent;
+        std::uniform_real_distribution<float> place(-e, e);
+        std::uniform_real_distribution<float> unit(0.0f, 1.0f);
+        for (int i = 0; i < shape.walls; i++) {
+            auto w = std::make_unique<PhysicsStaticGeometry>();
+            MakeWall(*w, HVector2(place(rng), place(rng)), 5.0f + 40.0f * unit(rng),
+                     5.0f + 40.0f * unit(rng));
+            w->body.orientation = unit(rng) < 0.3f ? unit(rng) * 360.0f : 0.0f;
+            if (i % 3 == 0) {
+                entities.push_back(std::make_unique<Entity>());
+                w->SetEntity(entities.back().get());
+            }
+            w->SetDisabled(i % 41 == 40);
+            objects.push_back(std::move(w));
+        }
+        if (shape.odd) {
+            auto w = std::make_unique<PhysicsStaticGeometry>();
+            MakeWall(*w, HVector2(0.0f, -0.25f * e), 2.0f * e, 8.0f);
+            objects.push_back(std::move(w));
+        }
+        for (int i = 0; i < shape.characters; i++) {
+            auto c = std::make_unique<PhysicsCharacter>();
+            const bool heaped = unit(rng) < shape.heap;
+            HVector2 at = heaped ? HVector2(10.0f * unit(rng), 10.0f * unit(rng))
+                                 : HVector2(place(rng), place(rng));
+            MakeCharacter(*c, at, 10.0f + 30.0f * unit(rng));
+            c->body.orientation = unit(rng) * 360.0f;
+            c->moveForward = i % 2 == 0;
+            c->turnLeft = i % 3 == 0;
+            c->SetImmovable(i % 7 == 0);
+            c->SetDisabled(i % 37 == 36);
+            entities.push_back(std::make_unique<Entity>());
+            c->SetEntity(entities.back().get());
+            Entity* owner = entities.back().get();
+            objects.push_back(std::move(c));
+            for (int k = 0; k < 2; k++) {
+                auto r = std::make_unique<PhysicsRayCast>();
+                r->SetOrigin(heaped ? at : HVector2(place(rng), place(rng)));
+                float a = unit(rng) * 6.2831853f;
+                r->SetDirection(HVector2(std::cos(a), std::sin(a)));
+                r->SetCollisionMode(k == 0 ? 1 : int(rng() % 4), HVector2(0.0f, 0.5f * e));
+                r->SetEntity(k == 0 ? owner : nullptr);
+                if (k == 1) {
+                    entities.push_back(std::make_unique<Entity>());
+                    r->SetEntity(entities.back().get());
+                }
+                objects.push_back(std::move(r));
+            }
+        }
+        if (shape.odd) {
+            const HVector2 directions[] = {HVector2(0.0f, 0.0f), HVector2(3e18f, -1e18f),
+                                           HVector2(1e-19f, 2e-19f), HVector2(-1.0f, 0.0f)};
+            for (const HVector2& d : directions) {
+                auto r = std::make_unique<PhysicsRayCast>();
+                r->SetOrigin(HVector2(place(rng), place(rng)));
+                r->SetDirection(d);
+                entities.push_back(std::make_unique<Entity>());
+                r->SetEntity(entities.back().get());
+                objects.push_back(std::move(r));
+            }
+        }
+        std::shuffle(objects.begin(), objects.end(), rng);
+        for (auto& o : objects) {
+            index[o.get()] = int(order.size());
+            m.AddObject(o.get());
+            order.push_back(o.get());
+        }
+    }
+    ~BigWorld() {
+        for (auto& o : objects) m.RemoveObject(o.get());
+    }
+    int IndexOf(const PhysicsObject* p) const {
+        auto it = index.find(p);
+        return it == index.end() ? -1 : it->second;
+    }
+    void Run(std::vector<Recorded>& log, int steps) {
+        for (int s = 0; s < steps; s++) {
+            m.Step(1.0f / 30.0f, 0.05f * float(s + 1));
+            for (BaseEvent* ev : *events.next) {
+                auto* g = static_cast<GenericCollisionEvent*>(ev);
+                log.push_back({ev->GetTypeName(), IndexOf(g->self), IndexOf(g->other), g->normal.x,
+                               g->normal.y, g->point.x, g->point.y, g->distance});
+            }
+            events.Update(0.05f * float(s + 1));
+        }
+    }
+};
+
+// Runs the same world with all pairs, with the shortcuts but no grid, and with both, and
+// asks for the same events in the same order and the same positions to the bit.
+void ExpectSameSteps(unsigned seed, const Shape& shape, int steps, size_t leastEvents) {
+    BigWorld all(seed, shape), boxes(seed, shape), grid(seed, shape);
+    all.m.pairPreTest = false;
+    boxes.m.broadphase = false;
+    ASSERT_TRUE(grid.m.broadphase);
+    grid.m.broadphaseFromCharacters = 0;  // however few
+    std::vector<Recorded> a, b, c;
+    all.Run(a, steps);
+    boxes.Run(b, steps);
+    grid.Run(c, steps);
+    ASSERT_GE(a.size(), leastEvents) << seed;
+    ASSERT_EQ(a.size(), b.size()) << seed;
+    ASSERT_EQ(a.size(), c.size()) << seed;
+    for (size_t i = 0; i < a.size(); i++) {
+        ASSERT_TRUE(a[i] == b[i]) << seed << " event " << i;
+        ASSERT_TRUE(a[i] == c[i]) << seed << " event " << i;
+    }
+    for (size_t i = 0; i < all.order.size(); i++) {
+        HVector2 p = all.order[i]->GetPosition();
+        HVector2 q = boxes.order[i]->GetPosition();
+        HVector2 r = grid.order[i]->GetPosition();
+        ASSERT_EQ(std::memcmp(&p, &q, sizeof p), 0) << seed << " object " << i;
+        ASSERT_EQ(std::memcmp(&p, &r, sizeof p), 0) << seed << " object " << i;
+    }
+}
+
+}  // namespace
+
+TEST(PhysicsManager, BroadphaseChangesNothingInSmallWorlds) {
+    // With 25 characters the rays are sorted along the axes; with 10 (fewer than 32 rays)
+    // each ray compares every circle.
+    for (unsigned seed = 11; seed <= 18; seed++)
+        ExpectSameSteps(seed, Shape{30, seed < 15 ? 25 : 10, 150.0f, 0.0f, seed % 2 == 0}, 40,
+                        seed < 15 ? 50 : 20);
+}
+
+TEST(PhysicsManager, BroadphaseChangesNothingInCrowdsThatPushFar) {
+    // Half the characters start on one spot: the first separations carry them far beyond
+    // a cell, so the grid is built again within the step.
+    for (unsigned seed = 21; seed <= 23; seed++)
+        ExpectSameSteps(seed, Shape{60, 80, 400.0f, 0.5f, true}, 20, 500);
+}
+
+TEST(PhysicsManager, BroadphaseChangesNothingInWorldsOfFiveHundredBodies) {
+    ExpectSameSteps(31, Shape{200, 300, 1500.0f, 0.0f, true}, 12, 1000);
+    ExpectSameSteps(32, Shape{150, 350, 800.0f, 0.1f, false}, 12, 1000);
+}
+
+TEST(PhysicsManager, BroadphaseSearchesAgainForABodyPushedOnwards) {
+    // The character (reach 100) is first in the list; the wall after it overlaps it deeply
+    // and pushes it 163 to the right, onto the small wall at x = 245 (which pushes it back to
+    // 143.6), which lay well outside its search (and its cells) when its turn began. 400 walls far
+    // above make the cells 100 wide. Both ways the character meets both walls, in list order.
+    struct Scene {
+        EventManager events;
+        CollisionManager m;
+        Entity e1, e2, e3;
+        PhysicsCharacter c;
+        PhysicsStaticGeometry push, far;
+        std::vector<std::unique_ptr<PhysicsStaticGeometry>> fill;
+        explicit Scene(bool grid) {
+            m.SetEventManager(&events);
+            m.broadphase = grid;
+            m.broadphaseFromCharacters = 0;
+            MakeCharacter(c, HVector2(0.0f, 0.0f), 200.0f);
+            MakeWall(push, HVector2(-105.0f, 0.0f), 100.0f, 100.0f);
+            MakeWall(far, HVector2(245.0f, 0.0f), 5.0f, 5.0f);
+            c.SetEntity(&e1);
+            push.SetEntity(&e2);
+            far.SetEntity(&e3);
+            m.AddObject(&c);
+            m.AddObject(&push);
+            m.AddObject(&far);
+            for (int i = 0; i < 400; i++) {
+                fill.push_back(std::make_unique<PhysicsStaticGeometry>());
+                MakeWall(
+                    *fill.back(),
+                    HVector2(-1000.0f + 100.0f * float(i % 20), 1000.0f + 100.0f * float(i / 20)),
+                    5.0f, 5.0f);
+                m.AddObject(fill.back().get());
+            }
+            m.Step(1.0f / 60.0f, 1.0f / 60.0f);  // too soon to integrate: pairs only
+        }
+        ~Scene() {
+            for (auto& w : fill) m.RemoveObject(w.get());
+        }
+    };
+    Scene off(false), on(true);
+    for (Scene* s : {&off, &on}) {
+        auto q = Queued(s->events);
+        ASSERT_EQ(q.size(), 4u);
+        EXPECT_EQ(q[0]->self, &s->c);
+        EXPECT_EQ(q[0]->other, &s->push);
+        EXPECT_EQ(q[2]->self, &s->c);
+        EXPECT_EQ(q[2]->other, &s->far);
+    }
+    EXPECT_EQ(off.c.body.position, on.c.body.position);
+    EXPECT_NEAR(on.c.body.position.x, 143.59f, 0.01f);
+}
+
+TEST(PhysicsManager, BroadphaseKeepsBodiesThatAreNotFinite) {
+    // A character at NaN is never apart from anything by the box comparison: every body
+    // meets it, with and without the grid, and the infinite wall likewise.
+    auto run = [](bool grid, std::vector<Recorded>& log, std::vector<HVector2>& where) {
+        BigWorld w(41, Shape{20, 20, 200.0f, 0.0f, true});
+        w.m.broadphase = grid;
+        w.m.broadphaseFromCharacters = 0;
+        auto nan = std::make_unique<PhysicsCharacter>();
+        MakeCharacter(*nan, HVector2(0.0f, 0.0f), 10.0f);
+        nan->body.position = HVector2(std::nanf(""), 5.0f);
+        auto inf = std::make_unique<PhysicsStaticGeometry>();
+        MakeWall(*inf, HVector2(INFINITY, 0.0f), 5.0f, 5.0f);
+        Entity owner;
+        nan->SetEntity(&owner);
+        inf->SetEntity(&owner);
+        w.m.AddObject(nan.get());
+        w.m.AddObject(inf.get());
+        w.index[nan.get()] = -2;
+        w.index[inf.get()] = -3;
+        testing::internal::CaptureStdout();
+        w.Run(log, 3);
+        testing::internal::GetCapturedStdout();
+        for (PhysicsObject* o : w.order) where.push_back(o->GetPosition());
+        where.push_back(nan->GetPosition());
+        w.m.RemoveObject(nan.get());
+        w.m.RemoveObject(inf.get());
+    };
+    std::vector<Recorded> a, b;
+    std::vector<HVector2> pa, pb;
+    run(false, a, pa);
+    run(true, b, pb);
+    ASSERT_EQ(a.size(), b.size());
+    ASSERT_GT(a.size(), 0u);
+    size_t withNan = 0;
+    for (size_t i = 0; i < a.size(); i++) {
+        // NaN fields compare by their bits.
+        EXPECT_EQ(a[i].type, b[i].type) << i;
+        EXPECT_EQ(a[i].self, b[i].self) << i;
+        EXPECT_EQ(a[i].other, b[i].other) << i;
+        EXPECT_EQ(std::memcmp(&a[i].nx, &b[i].nx, 5 * sizeof(float)), 0) << i;
+        if (a[i].self == -2 || a[i].other == -2) withNan++;
+    }
+    EXPECT_GT(withNan, 0u);
+    ASSERT_EQ(pa.size(), pb.size());
+    for (size_t i = 0; i < pa.size(); i++) EXPECT_EQ(std::memcmp(&pa[i], &pb[i], sizeof pa[i]), 0);
 }
 
 TEST(PhysicsManager, PairPreTestSkipsFalseContactsOfNonConvexHulls) {
