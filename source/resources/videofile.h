@@ -71,8 +71,9 @@ public:
     VideoFile(const VideoFile&) = delete;
     VideoFile& operator=(const VideoFile&) = delete;
 
-    // Opens `filename` on the search path and decodes up to the first picture (which is
-    // dropped), then makes the display texture and `buffer_frames` more. False with
+    // Opens `filename` on the search path, reads it once to find how much of it the
+    // decoder may see (PlayableLength), then decodes up to the first picture (which is
+    // dropped) and makes the display texture and `buffer_frames` more. False with
     // "Could not open '<name>'" for a missing file, "Could not allocate a decoder object"
     // when libmpeg2 has none, "Video: '<name>' is not an MPEG-2 stream" for MPEG-1,
     // "Video: '<name>' changes its picture size before its first picture", and silently
