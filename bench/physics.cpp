@@ -4,13 +4,21 @@
 //  (2) a whole step: CollisionManager::Step with N characters among 100 static walls and
 //      two rays each, against b2World::Step (zero gravity) with the same bodies plus the
 //      same rays cast through b2World::RayCast.
+// After the run a line per case gives our time over Box2D's ("ratio ..."); the step also
+// counts the contact events it posts per step, which grow with the square of the number
+// of characters (every ray meets every body along its unbounded line).
 
 #include <benchmark/benchmark.h>
 #include <box2d/box2d.h>
 
 #include <cmath>
+#include <cstdio>
+#include <unistd.h>
+#include <map>
+#include <string>
 #include <memory>
 #include <random>
+#include <set>
 #include <vector>
 
 #include "events/eventmanager.h"
@@ -162,6 +170,7 @@ void BM_StepVelmora(benchmark::State& state) {
     }
     float time = 0.0f;
     int round = 0;
+    double posted = 0.0;
     for (auto _ : state) {
         time += kStep + 0.0001f;  // every call integrates once, as Box2D steps once
         m.Step(kStep, time);
@@ -169,11 +178,13 @@ void BM_StepVelmora(benchmark::State& state) {
             // Drops the posted events: not part of the physics, and rare enough that the
             // pause costs nothing to speak of.
             state.PauseTiming();
+            posted += double(events.NextCount());
             events.Update(time);
             events.Update(time);
             state.ResumeTiming();
         }
     }
+    if (round >= 16) state.counters["events"] = posted / double(round - round % 16);
     for (auto& r : rays) m.RemoveObject(r.get());
     for (auto& c : characters) m.RemoveObject(c.get());
     for (auto& w : walls) m.RemoveObject(w.get());
@@ -267,6 +278,60 @@ BENCHMARK(BM_StepBox2D)
     ->ArgName("characters")
     ->Unit(benchmark::kMicrosecond);
 
+// After the run, each case of ours against the same case of Box2D: the ratio of the CPU
+// times, medians where repetitions were asked for, so that the table in docs/performance.md
+// can be read off one run.
+class RatioReporter : public benchmark::ConsoleReporter {
+public:
+    // Colours only on a terminal, as the default reporter.
+    RatioReporter() : ConsoleReporter(isatty(1) ? OO_Defaults : OO_Tabular) {}
+    void ReportRuns(const std::vector<Run>& runs) override {
+        ConsoleReporter::ReportRuns(runs);
+        for (const Run& r : runs) {
+            if (r.error_occurred) continue;
+            const std::string name = r.run_name.str();
+            if (seen.insert(name).second) order.push_back(name);
+            if (r.run_type == Run::RT_Aggregate) {
+                if (r.aggregate_name == "median") medians[name] = r.GetAdjustedCPUTime();
+                continue;
+            }
+            singles[name] = r.GetAdjustedCPUTime();
+        }
+    }
+    void Finalize() override {
+        ConsoleReporter::Finalize();
+        auto value = [&](const std::string& name, double& out) {
+            auto m = medians.find(name);
+            if (m != medians.end()) return out = m->second, true;
+            auto s = singles.find(name);
+            if (s != singles.end()) return out = s->second, true;
+            return false;
+        };
+        for (const std::string& ours : order) {
+            const size_t at = ours.find("Velmora");
+            if (at == std::string::npos) continue;
+            std::string peer = ours;
+            peer.replace(at, 7, "Box2D");
+            double a = 0.0, b = 0.0;
+            if (!value(ours, a) || !value(peer, b) || !(b > 0.0)) continue;
+            printf("ratio %-36s %s / Box2D = %.2f (%s CPU time)\n", ours.c_str(), "Velmora", a / b,
+                   medians.count(ours) ? "median" : "one run's");
+        }
+    }
+
+private:
+    std::map<std::string, double> medians, singles;
+    std::set<std::string> seen;
+    std::vector<std::string> order;
+};
+
 }  // namespace
 
-BENCHMARK_MAIN();
+int main(int argc, char** argv) {
+    benchmark::Initialize(&argc, argv);
+    if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
+    RatioReporter reporter;
+    benchmark::RunSpecifiedBenchmarks(&reporter);
+    benchmark::Shutdown();
+    return 0;
+}
