@@ -436,11 +436,14 @@ Image IntroWindow(const ArtFonts& f) {
     const char* lines[] = {"Rain over the old town. Police patrol the walls.",
                            "A switch on the wall opens the gate.",
                            "Keep your health up and do not get caught."};
-    float y = 96;
+    float y = 86;
     for (const char* l : lines) {
         DrawTextCentred(img, f.regular, 18, 256, y, l, pal::White());
-        y += 30;
+        y += 26;
     }
+    // The controls, above the window's two buttons.
+    DrawTextCentred(img, f.regular, 14, 256, y + 2,
+                    "W walk   Shift run   D strike   mouse turns   Esc pause", pal::Highlight());
     return img;
 }
 
