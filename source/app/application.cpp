@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <string>
 
+#include "app/datafolder.h"
 #include "cfo/cfodocument.h"
 #include "events/events.h"
 #include "game/doors.h"
@@ -108,8 +109,17 @@ void BuildTree(SceneManager* scene_manager, CfoDocument* config) {
 bool Application::Start(int argc, char** argv, RegisterClassesFn register_more) {
     PrintBanner(stdout);
 
-    // A failed mount is reported and the start goes on; every later file fails on its own.
-    SceneManager::AddSearchPath("data/");
+    // The current folder's "data/", else the data installed beside the program. A failed
+    // mount is reported and the start goes on; every later file fails on its own.
+    const std::string program = ProgramPath(argc > 0 && argv[0] != nullptr ? argv[0] : "");
+    const std::string data = FindDataFolder(program);
+    if (!data.empty()) {
+        SceneManager::AddSearchPath(data);
+    } else {
+        SceneManager::AddSearchPath("data/");
+        printf("No data folder: looked in 'data/' and '%s'\n",
+               InstalledDataFolder(program).c_str());
+    }
 
     CfoDocument* config = ReadConfiguration(argc, argv);
     if (config == nullptr) return false;

@@ -68,6 +68,14 @@ protected:
     }
 
     static std::string NotFound() { return PHYSFS_getErrorByCode(PHYSFS_ERR_NOT_FOUND); }
+    // The line of a start that finds no data folder: both places it looked.
+    static std::string NoDataFolder() {
+        const std::string installed =
+            (std::filesystem::path(VELMORA_EXE).parent_path() / ".." / "share" / "velmora" / "data")
+                .lexically_normal()
+                .string();
+        return "No data folder: looked in 'data/' and '" + installed + "/'\n";
+    }
 
     std::string folder;
 };
@@ -77,7 +85,7 @@ protected:
 TEST_F(StartupTest, NoConfigurationAnywhere) {
     RunResult r = Run("");
     EXPECT_EQ(r.exit_code, 0);
-    EXPECT_EQ(r.out, std::string(kBanner) + NotFound() + " 'data/'\n" +
+    EXPECT_EQ(r.out, std::string(kBanner) + NotFound() + " 'data/'\n" + NoDataFolder() +
                          "CFO Document 'conf_pc_d.cfo' not found\n"
                          "Could not read configuration file\n");
 }
