@@ -100,7 +100,7 @@ class Screens:
         (x, y), (w, h) = BUTTONS[name], BUTTON_SIZE[name]
         return (x - w / 2, y - h / 2, x + w / 2, y + h / 2)
 
-    def wait(self, what, predicate, timeout=45):
+    def wait(self, what, predicate, timeout=90):
         """Screenshots until `predicate(shot)` holds; the check and the last shot."""
         deadline = time.time() + timeout
         shot = None
