@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <cstring>
+#include <mutex>
 #include <new>
 
 #include "cfo/cfonode.h"
@@ -32,12 +33,53 @@ constexpr size_t kByteHeader = 32;  // sizeof(ByteBlock) rounded up to keep arra
 
 static_assert(kNodesPerBlock >= 64, "a node block holds a useful number of nodes");
 
+// Node blocks of freed documents, kept for the next ones (see the header).
+struct SpareBlocks {
+    std::mutex lock;
+    void* first = nullptr;  // each spare block's first word links to the next
+    size_t count = 0;
+};
+
+SpareBlocks& Spares() {
+    static SpareBlocks* spares = new SpareBlocks();  // never destroyed: arenas may outlive it
+    return *spares;
+}
+
+void* TakeSpareBlock() {
+    SpareBlocks& spares = Spares();
+    std::lock_guard<std::mutex> hold(spares.lock);
+    void* block = spares.first;
+    if (block) {
+        spares.first = *static_cast<void**>(block);
+        --spares.count;
+    }
+    return block;
+}
+
 }  // namespace
+
+size_t CfoArena::SpareBlockCount() {
+    SpareBlocks& spares = Spares();
+    std::lock_guard<std::mutex> hold(spares.lock);
+    return spares.count;
+}
+
+void CfoArena::DropSpareBlocks() {
+    SpareBlocks& spares = Spares();
+    std::lock_guard<std::mutex> hold(spares.lock);
+    while (spares.first) {
+        void* next = *static_cast<void**>(spares.first);
+        ::operator delete(spares.first, std::align_val_t(kNodeBlockBytes));
+        spares.first = next;
+    }
+    spares.count = 0;
+}
 
 CfoNode* CfoArena::NewNode() {
     if (!nodes || nodes->count >= kNodesPerBlock) {
-        void* raw =
-            ::operator new(kNodeBlockBytes, std::align_val_t(kNodeBlockBytes), std::nothrow);
+        void* raw = TakeSpareBlock();
+        if (!raw)
+            raw = ::operator new(kNodeBlockBytes, std::align_val_t(kNodeBlockBytes), std::nothrow);
         if (!raw) return nullptr;
         static_assert(sizeof(NodeBlock) <= kNodeOffset, "the header fits before the nodes");
         NodeBlock* block = new (raw) NodeBlock{nodes, 0, false};
@@ -138,10 +180,20 @@ void CfoArena::Release() {
         for (uint32_t i = 0; i < block->count; ++i)
             reinterpret_cast<CfoNode*>(first + i * sizeof(CfoNode))->~CfoNode();
     }
-    while (nodes) {
-        NodeBlock* next = nodes->next;
-        ::operator delete(nodes, std::align_val_t(kNodeBlockBytes));
-        nodes = next;
+    if (nodes) {
+        SpareBlocks& spares = Spares();
+        std::lock_guard<std::mutex> hold(spares.lock);
+        while (nodes) {
+            NodeBlock* next = nodes->next;
+            if (spares.count < kSpareBlocks) {
+                *reinterpret_cast<void**>(nodes) = spares.first;
+                spares.first = nodes;
+                ++spares.count;
+            } else {
+                ::operator delete(nodes, std::align_val_t(kNodeBlockBytes));
+            }
+            nodes = next;
+        }
     }
     while (bytes) {
         ByteBlock* next = bytes->next;

@@ -9,6 +9,11 @@
 // from the member's own address), and only marked blocks are walked when the arena goes,
 // to free those copies and the heap nodes hanging under arena nodes.
 //
+// Node blocks of a freed arena are kept, process-wide and up to kSpareBlocks of them
+// (32 MiB), for the next arenas: a level loads its big tables one after the other, and
+// handing tens of megabytes back to the system after each, only to have them faulted in
+// again for the next, costs more than parsing such a table.
+//
 // Allocation uses the no-throw forms: a block that cannot be had gives a null pointer and
 // the parser skips what it could not place.
 
@@ -49,6 +54,11 @@ public:
     static void MarkDirty(const void* member);
 
     static constexpr size_t kNodeBlockBytes = 32 * 1024;
+    static constexpr size_t kSpareBlocks = 1024;
+
+    // The node blocks kept for the next arenas, and a way to give them back to the system.
+    static size_t SpareBlockCount();
+    static void DropSpareBlocks();
 
     size_t NodeBlockCount() const { return node_block_count; }
     size_t ByteBlockCount() const { return byte_block_count; }

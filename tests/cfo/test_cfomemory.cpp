@@ -36,6 +36,7 @@ void* operator new(std::size_t size, std::align_val_t align, const std::nothrow_
 namespace {
 
 std::string ParseFailing(const std::string& text, int nth, bool* ok) {
+    CfoArena::DropSpareBlocks();  // so that node blocks are allocated, and can fail
     CfoDocument doc;
     fail_countdown = nth;
     *ok = doc.Parse(text);
@@ -54,6 +55,7 @@ TEST(CfoMemory, NodeLayoutStaysSmall) {
 }
 
 TEST(CfoMemory, ASmallDocumentTakesOneBlockOfEachKind) {
+    CfoArena::DropSpareBlocks();
     CfoDocument doc;
     int plain = nothrow_calls, aligned = aligned_calls;
     ASSERT_TRUE(doc.Parse("a={b=1;}c=2;"));
@@ -76,6 +78,32 @@ TEST(CfoMemory, NodesFillWholeBlocks) {
     EXPECT_EQ(doc.Arena().NodeBlockCount(), 3u);
     EXPECT_EQ(doc.children[999]->index, 999);
     EXPECT_EQ(doc.children[999]->name, "k");
+}
+
+TEST(CfoMemory, NodeBlocksOfAFreedDocumentServeTheNextOne) {
+    CfoArena::DropSpareBlocks();
+    EXPECT_EQ(CfoArena::SpareBlockCount(), 0u);
+    std::string text;
+    for (int i = 0; i < 1000; ++i) text += "k=v;";
+    {
+        CfoDocument doc;
+        ASSERT_TRUE(doc.Parse(text));
+    }
+    EXPECT_EQ(CfoArena::SpareBlockCount(), 3u);
+    int aligned = aligned_calls;
+    {
+        CfoDocument doc;
+        ASSERT_TRUE(doc.Parse("a=1;"));
+        EXPECT_EQ(CfoArena::SpareBlockCount(), 2u);
+        CfoDocument big;
+        ASSERT_TRUE(big.Parse(text));
+        EXPECT_EQ(big.Arena().NodeBlockCount(), 3u);
+        EXPECT_EQ(big.children[999]->name, "k");
+    }
+    EXPECT_EQ(aligned_calls - aligned, 1);  // four blocks in use, three of them spare ones
+    EXPECT_EQ(CfoArena::SpareBlockCount(), 4u);
+    CfoArena::DropSpareBlocks();
+    EXPECT_EQ(CfoArena::SpareBlockCount(), 0u);
 }
 
 TEST(CfoMemory, ParsedTextsAreTerminatedInPlace) {
@@ -123,6 +151,7 @@ TEST(CfoMemory, WithoutRoomForTheTextTheNodesCopyTheirs) {
 }
 
 TEST(CfoMemory, IndicesStayDenseAfterASkip) {
+    CfoArena::DropSpareBlocks();
     CfoDocument doc;
     fail_countdown = 2;  // the first node block
     ASSERT_TRUE(doc.Parse("p=1;q=2;r=3;"));
