@@ -124,7 +124,7 @@ public:
     const mpeg2_info_t* info = nullptr;
 
 private:
-    // Whether the decoder has a picture to show now, of the size the textures were made at.
+    // Whether the decoder names a picture to show now, with its pixels and its sequence.
     bool PictureReady();
     // Bytes handed to the decoder that it may still be reading: Open's first chunk and a
     // buffer that SetStreamBufferSize replaced. Freed at the decoder's next request.
