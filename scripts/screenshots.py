@@ -17,7 +17,7 @@ if len(sys.argv) > 1:
     os.environ['VELMORA_BINARY'] = os.path.abspath(sys.argv[1])
 
 from harness import Checks  # noqa: E402
-from screens_walk import Screens, navy  # noqa: E402
+from screens_walk import Screens, gold, navy  # noqa: E402
 
 
 def save(shot, name):
@@ -35,8 +35,13 @@ def main():
     try:
         s.wait('the boot screen', lambda shot: s.fraction(shot, (200, 480, 820, 660), navy) > 0.6)
         s.click('continue_button')
-        s.point(512, 344)  # over "Play": it lights up
-        shot = s.wait('the main menu', lambda shot: s.fraction(shot, (290, 560, 370, 660), navy) > 0.8)
+        s.point(700, 150)
+        s.wait('the main menu', lambda shot: s.fraction(shot, (290, 560, 370, 660), navy) > 0.8
+               and s.fraction(shot, (200, 480, 260, 650), navy) < 0.3)
+        # Over "Play", which lights up.
+        s.point(512, 344)
+        shot = s.wait('"Play" lit', lambda shot: s.fraction(shot, s.button_box('play_button'), gold)
+                      > 0.03)
         if shot is not None:
             save(shot, 'screen_menu')
         s.click('play_button')
