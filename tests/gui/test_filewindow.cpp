@@ -275,3 +275,17 @@ TEST(FileWindowWithoutNode, LoadWithoutANodeKeepsTheDefaults) {
     EXPECT_EQ(window.title, "File open dialog");
     EXPECT_EQ(window.path, "");
 }
+
+TEST_F(FileWindowTest, TwoWindowsShareTheFirstList) {
+    Build(
+        "CustomGuiLayer = { name = layer;"
+        "  GUIFileWindow = { name = first; pos = 200,200; size = 300,300;"
+        "    GUIList = { name = file_list; pos = 0,0; size = 280,200; } }"
+        "  GUIFileWindow = { name = second; pos = 700,200; size = 300,300;"
+        "    GUIList = { name = file_list; pos = 0,0; size = 280,200; } } }");
+    auto* first = Find<GUIFileWindow>("first");
+    auto* second = Find<GUIFileWindow>("second");
+    ASSERT_NE(first->list, nullptr);
+    EXPECT_EQ(second->list, first->list);
+    EXPECT_EQ(first->list->GetParent(), first);
+}
