@@ -14,7 +14,8 @@ void GUIImage::Load(CfoNode* node, ResourceManager* resources) {
     DrawLoadingScreen("Loading...", true);
     GUIObject::Load(node, resources);
     std::string file;
-    if (resources != nullptr && CfoReadString(node, "image", file)) resources->Load(image, file);
+    if (node != nullptr && resources != nullptr && CfoReadString(node, "image", file))
+        resources->Load(image, file);
 }
 
 void GUIImage::Bind(EventManager* events, SceneManager*, CollisionManager*) {
