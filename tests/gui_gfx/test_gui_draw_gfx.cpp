@@ -22,6 +22,7 @@
 #include "resources/resourcemanager.h"
 #include "resources/texturedds.h"
 #include "support/glcontext.h"
+#include "support/virtualpixels.h"
 
 namespace {
 
@@ -30,7 +31,7 @@ constexpr int kHeight = 384;
 
 VELMORA_GL_TEST_CONTEXT("gui", kWidth, kHeight);
 
-using Pixel = std::array<int, 3>;
+using Pixel = virtualpixels::Pixel;
 
 class GuiDraw : public testing::Test {
 protected:
@@ -68,25 +69,14 @@ protected:
         glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
     }
     // The pixel at virtual (x, y).
-    Pixel At(float x, float y) {
-        unsigned char rgba[4] = {0, 0, 0, 0};
-        const int px = static_cast<int>(x * kWidth / 1024.0f);
-        const int py = kHeight - 1 - static_cast<int>(y * kHeight / 768.0f);
-        glReadPixels(px, py, 1, 1, GL_RGBA, GL_UNSIGNED_BYTE, rgba);
-        return {rgba[0], rgba[1], rgba[2]};
-    }
+    Pixel At(float x, float y) { return virtualpixels::At(kWidth, kHeight, x, y); }
     // Every pixel of a virtual box.
     std::vector<Pixel> Box(float x0, float y0, float x1, float y1) {
-        std::vector<Pixel> out;
-        for (float y = y0; y < y1; y += 2.0f)
-            for (float x = x0; x < x1; x += 2.0f) out.push_back(At(x, y));
-        return out;
+        return virtualpixels::Box(kWidth, kHeight, x0, y0, x1, y1, 2.0f);
     }
     template <class Test>
     float Fraction(const std::vector<Pixel>& pixels, Test test) {
-        int n = 0;
-        for (const Pixel& p : pixels) n += test(p) ? 1 : 0;
-        return pixels.empty() ? 0.0f : static_cast<float>(n) / pixels.size();
+        return virtualpixels::Fraction(pixels, test);
     }
     template <class T>
     T* Make(const std::string& text) {
