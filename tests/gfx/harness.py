@@ -230,6 +230,16 @@ class Game:
     def running(self):
         return self.process is not None and self.process.poll() is None
 
+    def backtrace(self):
+        """The stacks of the running process's threads (through gdb, when it is installed):
+        what a game that stopped answering was doing."""
+        if self.process is None or self.process.poll() is not None or not shutil.which('gdb'):
+            return ''
+        r = subprocess.run(['gdb', '-p', str(self.process.pid), '-batch', '-nx',
+                            '-ex', 'thread apply all bt 30'],
+                           stdout=subprocess.PIPE, stderr=subprocess.STDOUT, timeout=60)
+        return r.stdout.decode(errors='replace')
+
     def stop(self):
         """Ends the process (if it still runs) and removes the folder."""
         if self.process is not None and self.process.poll() is None:
@@ -394,6 +404,9 @@ class Checks:
                 print('---- output of %s ----' % ' '.join([os.path.basename(game.binary)] + game.args))
                 for line in game.output()[-80:]:
                     print(line)
+                if game.running():
+                    print('---- the process still runs; its threads ----')
+                    print(game.backtrace())
         if self.failures:
             print('%s: %d check(s) failed' % (self.name, len(self.failures)))
             return 1
