@@ -166,7 +166,7 @@ def walk(c, width, height):
         s.click('exit_intro_button')
         # Playing: no window, the HUD bars in their colours, the hero's back in the middle
         # of the picture, the pointer gone.
-        s.point(700, 600)
+        # The pointer stays where it clicked: a move would turn the hero's camera.
         shot = s.wait('the game with the follow camera', lambda shot:
                       s.fraction(shot, (200, 200, 300, 260), navy) < 0.2 and
                       s.fraction(shot, (440, 450, 580, 700), coat) > 0.2)
@@ -182,12 +182,15 @@ def walk(c, width, height):
             c.check(all(not navy(p) for p in ring), 'the mini map disc is drawn')
             c.check(ring != outside, 'the disc differs from what lies around it')
         # The pointer hides one update after the intro's button: frames may be slow here.
-        s.wait('the pointer is hidden', lambda shot: s.fraction(shot, (690, 590, 720, 630), white)
+        s.wait('the pointer is hidden', lambda shot: s.fraction(shot, (384, 442, 410, 470), white)
                < 0.01)
         # Pause screen and back.
         game.key('Escape')
-        s.wait('the pause screen', lambda shot: s.fraction(shot, (200, 200, 300, 260), navy) > 0.8
-               and s.fraction(shot, (690, 590, 730, 640), white) > 0.02)
+        s.wait('the pause screen', lambda shot: s.fraction(shot, (200, 200, 300, 260), navy) > 0.8)
+        # The world is paused: the pointer can move without turning anything.
+        s.point(700, 600)
+        s.wait('the pointer shows on the pause screen',
+               lambda shot: s.fraction(shot, (690, 590, 730, 640), white) > 0.02)
         game.key('Escape')
         s.wait('playing again', lambda shot: s.fraction(shot, (200, 200, 300, 260), navy) < 0.2)
         game.key('Escape')
