@@ -96,6 +96,12 @@ public:
     // MPEG-2 extension, a sequence extension elsewhere, or one for other than 4:2:0
     // pictures below 4096 pixels. The decoder writes past its pictures on such streams.
     static uint64_t PlayableLength(const uint8_t* data, uint64_t size);
+    // Decodes the first `size` bytes to their end in a child process, as playing them
+    // would (converted to RGB, the decoder closed at the end): true when the child finishes
+    // cleanly within 10 seconds. libmpeg2 0.5.1 writes and frees out of bounds on some
+    // broken streams that no header check catches; such a stream breaks the child, not the
+    // game.
+    static bool DecodesCleanly(const uint8_t* data, uint64_t size);
     // Debug listing: the frame rule, then "fl: <texture>" for each free texture and
     // "al: <texture>" for each active one.
     void DumpLists();

@@ -465,3 +465,16 @@ TEST_F(VideoTest, AnMpeg1StreamIsRefused) {
     EXPECT_EQ(video.Update(1.0f), VideoFile::VIDEO_BUFFERING);
     EXPECT_TRUE(gl.calls.empty());
 }
+
+TEST(VideoTrial, TheIntroDecodesCleanlyInItsChild) {
+    std::ifstream in(std::string(VELMORA_SOURCE_DIR) + "/data/resources/video/intro.m2v",
+                     std::ios::binary);
+    const std::vector<uint8_t> bytes((std::istreambuf_iterator<char>(in)),
+                                     std::istreambuf_iterator<char>());
+    ASSERT_GT(bytes.size(), 1000u);
+    EXPECT_TRUE(VideoFile::DecodesCleanly(bytes.data(), bytes.size()));
+    // Bytes that are no stream at all end the child's decoding cleanly too.
+    const std::vector<uint8_t> noise(3000, 0x5a);
+    EXPECT_TRUE(VideoFile::DecodesCleanly(noise.data(), noise.size()));
+    EXPECT_TRUE(VideoFile::DecodesCleanly(noise.data(), 0));
+}
