@@ -10,6 +10,7 @@
 #include <cstdlib>
 #include <vector>
 
+#include "benchstats.h"
 #include "platform/settings.h"
 #include "gl/glprocs.h"
 #include "scene/camera.h"
@@ -17,10 +18,7 @@
 
 namespace abtbench {
 
-inline double Median(std::vector<double> v) {
-    std::sort(v.begin(), v.end());
-    return v.empty() ? 0.0 : v[v.size() / 2];
-}
+using benchstats::Median;
 
 struct Window {
     SDL_Window* window = nullptr;

@@ -24,6 +24,7 @@
 #include <vector>
 
 #include "app/application.h"
+#include "benchstats.h"
 #include "events/events.h"
 #include "physics/collisionmanager.h"
 #include "platform/settings.h"
@@ -34,16 +35,8 @@ namespace {
 constexpr float kStep = 1.0f / 60.0f;
 constexpr int kFrames = 60 * 60;
 
-double ThreadMs() {
-    timespec ts{};
-    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &ts);
-    return double(ts.tv_sec) * 1e3 + double(ts.tv_nsec) / 1e6;
-}
-
-double Median(std::vector<double> v) {
-    std::sort(v.begin(), v.end());
-    return v.empty() ? 0.0 : v[v.size() / 2];
-}
+using benchstats::Median;
+using benchstats::ThreadMs;
 
 InputEvent* Key(bool down, int32_t sym) {
     Sdl12Event e;

@@ -30,6 +30,7 @@
 #include <vector>
 
 #include "app/application.h"
+#include "benchstats.h"
 #include "cfo/cfodocument.h"
 #include "events/events.h"
 #include "gui/customguilayer.h"
@@ -99,11 +100,8 @@ void LayOut(GameGuiLayer* hud) {
     benchmark::DoNotOptimize(sum);
 }
 
-double ThreadMs() {
-    timespec ts{};
-    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &ts);
-    return double(ts.tv_sec) * 1e3 + double(ts.tv_nsec) / 1e6;
-}
+using benchstats::Median;
+using benchstats::ThreadMs;
 
 void BM_GuiLogic(benchmark::State& state) {
     const bool with_gui = state.range(0) != 0;
@@ -159,8 +157,7 @@ void BM_GuiLogic(benchmark::State& state) {
         ++frame;
         now += 1.0f / 60.0f;
     }
-    std::sort(times.begin(), times.end());
-    state.counters["median_ms"] = times.empty() ? 0.0 : times[times.size() / 2];
+    state.counters["median_ms"] = Median(times);
     state.counters["map_objects"] = static_cast<double>(objects_seen);
     scene.UnbindTree(&scene);
     scene.DestroyTree(&scene, &scene);
@@ -227,8 +224,7 @@ void BM_ScreenFrame(benchmark::State& state) {
             std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - t0)
                 .count());
     }
-    std::sort(frames.begin(), frames.end());
-    state.counters["median_frame_ms"] = frames.empty() ? 0.0 : frames[frames.size() / 2];
+    state.counters["median_frame_ms"] = Median(frames);
     app.Shutdown();
     LeaveScratchCopy();
 }

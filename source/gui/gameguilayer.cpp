@@ -193,11 +193,11 @@ void GameGuiLayer::DrawMiniMap() {
     glColor3f(1.0f, 1.0f, 1.0f);
 
     glBegin(GL_POLYGON);
-    for (float a : CircleAngles(kSegments)) {
+    ForEachCircleAngle(kSegments, [](float a) {
         const float r = a * static_cast<float>(M_PI) / 180.0f;
         glTexCoord2f(std::cos(r) * 0.5f + 0.5f, std::sin(r) * 0.5f + 0.5f);
         glVertex2f(std::cos(r) * kRadius, std::sin(r) * kRadius);
-    }
+    });
     glTexCoord2f(0.0f, 0.0f);
     glVertex2f(kRadius, 0.0f);
     glEnd();

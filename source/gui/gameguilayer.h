@@ -14,6 +14,7 @@
 
 #include <cstdint>
 #include <list>
+#include <vector>
 
 #include "events/eventmanager.h"
 #include "events/events.h"
@@ -71,7 +72,8 @@ public:
     float fade_in = 0.5f;
     float fade_gap = 0.3f;  // kept, read by nothing
     float fade_out = 0.7f;
-    std::list<MiniMapObject> map_objects;  // this frame's announcements
+    // This frame's announcements; emptied after each drawing, its room kept for the next.
+    std::vector<MiniMapObject> map_objects;
     bool in_intro = true;
     float time = 0.0f;  // the frame's time
 

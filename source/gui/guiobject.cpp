@@ -39,20 +39,17 @@ void AssignZOrder(Entity* entity, float& z, float step) {
 
 std::vector<float> CircleAngles(int32_t segments) {
     std::vector<float> angles;
-    if (segments <= 0) return angles;
-    const float step = 360.0f / static_cast<float>(segments);
-    for (float a = 0.0f; a <= 360.0f; a += step) angles.push_back(a);
+    ForEachCircleAngle(segments, [&](float a) { angles.push_back(a); });
     return angles;
 }
 
 void DrawCircle(float radius, HVector2 centre, int32_t segments) {
-    const std::vector<float> angles = CircleAngles(segments);
-    if (angles.empty()) return;
+    if (segments <= 0) return;
     glBegin(GL_LINE_STRIP);
-    for (float a : angles) {
+    ForEachCircleAngle(segments, [&](float a) {
         const float r = a * static_cast<float>(M_PI) / 180.0f;
         glVertex2f(centre.x + std::cos(r) * radius, centre.y + std::sin(r) * radius);
-    }
+    });
     glVertex2f(radius, 0.0f);
     glEnd();
 }

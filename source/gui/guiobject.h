@@ -45,9 +45,17 @@ public:
 // lies above its parent and above its earlier siblings with all their subtrees.
 void AssignZOrder(Entity* entity, float& z, float step);
 
-// The angles, in degrees, of a circle of `segments` steps: from 0 in steps of
-// 360/segments while the angle is at most 360, added up in float as the drawing does.
-// Empty for segments of 0 or less.
+// Calls `visit` with the angles, in degrees, of a circle of `segments` steps: from 0 in
+// steps of 360/segments while the angle is at most 360, added up in float. Nothing for
+// segments of 0 or less. The drawings walk it each frame without collecting the angles.
+template <class Visit>
+void ForEachCircleAngle(int32_t segments, Visit visit) {
+    if (segments <= 0) return;
+    const float step = 360.0f / static_cast<float>(segments);
+    for (float a = 0.0f; a <= 360.0f; a += step) visit(a);
+}
+
+// The same angles collected.
 std::vector<float> CircleAngles(int32_t segments);
 
 // A line-strip circle of `radius` around `centre` in the model-view plane, closed by a

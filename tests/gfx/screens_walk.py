@@ -96,6 +96,20 @@ class Screens:
                     count += 1
         return count / max(total, 1)
 
+    def mean_difference(self, a, b, boxes, step=2):
+        """The mean difference of two shots over virtual boxes, summed over R, G and B,
+        sampled every `step` window pixels."""
+        total = n = 0
+        for box in boxes:
+            x0, y0 = self.at(box[0], box[1])
+            x1, y1 = self.at(box[2], box[3])
+            for y in range(y0, y1, step):
+                for x in range(x0, x1, step):
+                    pa, pb = a.pixel(x, y), b.pixel(x, y)
+                    total += sum(abs(pa[i] - pb[i]) for i in range(3))
+                    n += 1
+        return total / max(n, 1)
+
     def button_box(self, name):
         (x, y), (w, h) = BUTTONS[name], BUTTON_SIZE[name]
         return (x - w / 2, y - h / 2, x + w / 2, y + h / 2)

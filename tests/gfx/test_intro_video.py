@@ -18,18 +18,6 @@ CLIP = (400, 6, 624, 174)
 BESIDE = (160, 6, 384, 174)
 
 
-def mean_difference(s, a, b, box):
-    x0, y0 = s.at(box[0], box[1])
-    x1, y1 = s.at(box[2], box[3])
-    total = n = 0
-    for y in range(y0, y1, 2):
-        for x in range(x0, x1, 2):
-            pa, pb = a.pixel(x, y), b.pixel(x, y)
-            total += sum(abs(pa[i] - pb[i]) for i in range(3))
-            n += 1
-    return total / max(n, 1)
-
-
 def case_intro_video(c):
     s = Screens(c, 1024, 768)
     s.start()
@@ -55,8 +43,8 @@ def case_intro_video(c):
         c.check(s.fraction(first, CLIP, lambda p: max(p) > 12) > 0.5,
                 'the clip shows a picture in its rectangle')
         later = s.wait('the clip moves on', lambda shot:
-                       mean_difference(s, first, shot, CLIP) >
-                       2 * mean_difference(s, first, shot, BESIDE) + 6, timeout=60)
+                       s.mean_difference(first, shot, [CLIP]) >
+                       2 * s.mean_difference(first, shot, [BESIDE]) + 6, timeout=60)
         c.check(later is not None, 'the picture in the clip changes over time')
         c.equal(game.count_lines(r"Could not open|not a texture"), 0,
                 'the clip and every texture load')

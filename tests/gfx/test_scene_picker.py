@@ -58,20 +58,6 @@ def row_centre(index):
 SIDES = ((0, 0, 120, 690), (904, 0, 1024, 690))
 
 
-def mean_difference(s, a, b):
-    """The mean difference of two shots over both strips, summed over R, G and B."""
-    total = n = 0
-    for box in SIDES:
-        x0, y0 = s.at(box[0], box[1])
-        x1, y1 = s.at(box[2], box[3])
-        for y in range(y0, y1, 3):
-            for x in range(x0, x1, 3):
-                pa, pb = a.pixel(x, y), b.pixel(x, y)
-                total += sum(abs(pa[i] - pb[i]) for i in range(3))
-                n += 1
-    return total / max(n, 1)
-
-
 def case_scene_picker(c):
     s = Screens(c, 1024, 768)
     s.start()
@@ -150,10 +136,10 @@ def case_scene_picker(c):
         loaded = s.wait('the picker gone and another place behind the menu', lambda shot:
                         s.fraction(shot, LIST, dark) < 0.2 and
                         s.fraction(shot, (290, 560, 370, 660), screens_walk.navy) > 0.8 and
-                        mean_difference(s, courtyard, shot) > 40)
+                        s.mean_difference(courtyard, shot, SIDES, 3) > 40)
         if loaded is not None and menu is not None:
-            noise = mean_difference(s, menu, courtyard)
-            change = mean_difference(s, courtyard, loaded)
+            noise = s.mean_difference(menu, courtyard, SIDES, 3)
+            change = s.mean_difference(courtyard, loaded, SIDES, 3)
             c.check(change > 3 * noise + 20,
                     'the new scene differs from the courtyard (%.1f) far more than the '
                     'courtyard from itself a moment later (%.1f)' % (change, noise))
