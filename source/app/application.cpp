@@ -3,22 +3,10 @@
 #include <cstdio>
 #include <string>
 
+#include "app/classlist.h"
 #include "app/datafolder.h"
 #include "cfo/cfodocument.h"
 #include "events/events.h"
-#include "game/doors.h"
-#include "game/enemypolicedude.h"
-#include "game/item.h"
-#include "game/player.h"
-#include "game/trigger.h"
-#include "gui/customguilayer.h"
-#include "gui/gameguilayer.h"
-#include "gui/guibutton.h"
-#include "gui/guifilewindow.h"
-#include "gui/guiimage.h"
-#include "gui/guilist.h"
-#include "gui/guivideo.h"
-#include "gui/guiwindow.h"
 #include "platform/banner.h"
 #include "platform/draw.h"
 #include "platform/glcaps.h"
@@ -26,13 +14,7 @@
 #include "resources/font.h"
 #include "resources/shaderprogram.h"
 #include "resources/sound.h"
-#include "resources/texturetga.h"
-#include "scene/scene.h"
 #include "scene/scenemanager.h"
-#include "world/meshaam.h"
-#include "world/meshasm.h"
-#include "world/staticgeometry.h"
-#include "world/worldgeometry.h"
 
 namespace {
 
@@ -59,40 +41,6 @@ CfoDocument* ReadConfiguration(int argc, char** argv) {
         }
     }
     return config;
-}
-
-// Every class that documents may name.
-void RegisterClasses(SceneManager* scene_manager) {
-    ClassRegistry* classes = scene_manager->GetClasses();
-    classes->Register<SceneManager>();
-    classes->Register<CustomGuiLayer>();
-    classes->Register<GameGuiLayer>();
-    classes->Register<GUIWindow>();
-    classes->Register<GUIButton>();
-    classes->Register<GUIImage>();
-    classes->Register<GUIVideo>();
-    classes->Register<GUIList>();
-    classes->Register<GUIFileWindow>();
-    classes->Register<Scene>();
-    classes->Register<Player>();
-    classes->Register<EnemyPoliceDude>();
-    classes->Register<StaticGeometry>();
-    classes->Register<Trigger>();
-    classes->Register<Doors>();
-    classes->Register<Item>();
-    classes->Register<WorldGeometry>();
-}
-
-// The resource loaders by file extension, in lookup order.
-void RegisterResourceLoaders(SceneManager* scene_manager) {
-    scene_manager->RegisterResource("dds", TextureDDS());
-    scene_manager->RegisterResource("tga", TextureTGA());
-    scene_manager->RegisterResource("asm", MeshASM());
-    scene_manager->RegisterResource("aam", MeshAAM());
-    scene_manager->RegisterResource("glf", Font());
-    scene_manager->RegisterResource("cg", ShaderProgram());
-    scene_manager->RegisterResource("wav", Sound());
-    scene_manager->RegisterResource("ogg", Sound());
 }
 
 // The tree from the configuration's own node, bound, and the world paused until the
@@ -145,7 +93,7 @@ bool Application::Start(int argc, char** argv, RegisterClassesFn register_more) 
 
     DrawLoadingScreen("Loading...", true);
 
-    RegisterClasses(scene_manager);
+    RegisterEngineClasses(scene_manager);
     if (register_more != nullptr) register_more(scene_manager);
     RegisterResourceLoaders(scene_manager);
     window->PrintInfo();
