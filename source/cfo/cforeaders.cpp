@@ -3,6 +3,7 @@
 #include <cassert>
 #include <cerrno>
 #include <cmath>
+#include <cstdio>
 #include <cstdlib>
 #include <string_view>
 
@@ -125,4 +126,92 @@ bool CfoReadVector3(const CfoNode* node, const std::string& key, HVector3& out) 
     ReadComponents(child->value.view(), c, 3);
     out = HVector3(c[0], c[1], c[2]);
     return true;
+}
+
+namespace {
+
+CfoReadObserver read_observer = nullptr;
+
+std::string Number(double value) {
+    char text[64];
+    std::snprintf(text, sizeof(text), "%g", value);
+    return text;
+}
+
+std::string Kept(bool value) { return value ? "1" : "0"; }
+std::string Kept(int32_t value) { return std::to_string(value); }
+std::string Kept(uint32_t value) { return std::to_string(value); }
+std::string Kept(float value) { return Number(value); }
+std::string Kept(const std::string& value) { return value; }
+std::string Kept(const HVector2& value) { return Number(value.x) + "," + Number(value.y); }
+std::string Kept(const HVector3& value) {
+    return Number(value.x) + "," + Number(value.y) + "," + Number(value.z);
+}
+
+// Reads `key` with `read` after checking that the entry suits the reader, and tells the
+// observer what happened.
+template <class T, class Read>
+bool ReadEntry(const CfoNode* node, const CfoKey& key, T& out, bool suits, Read read) {
+    assert(suits && "key entry read with a reader of another type");
+    const bool present = read(node, std::string(key.name), out);
+    if (read_observer != nullptr) read_observer(node, key, present, present ? "" : Kept(out));
+    return present;
+}
+
+}  // namespace
+
+void CfoSetReadObserver(CfoReadObserver observer) { read_observer = observer; }
+
+bool CfoReadBool(const CfoNode* node, const CfoKey& key, bool& out) {
+    return ReadEntry(
+        node, key, out, key.type == CfoKeyType::Bool,
+        [](const CfoNode* n, const std::string& k, bool& o) { return CfoReadBool(n, k, o); });
+}
+
+bool CfoReadInt(const CfoNode* node, const CfoKey& key, int32_t& out) {
+    return ReadEntry(
+        node, key, out, key.type == CfoKeyType::Int,
+        [](const CfoNode* n, const std::string& k, int32_t& o) { return CfoReadInt(n, k, o); });
+}
+
+bool CfoReadUInt(const CfoNode* node, const CfoKey& key, uint32_t& out) {
+    return ReadEntry(
+        node, key, out, key.type == CfoKeyType::UInt,
+        [](const CfoNode* n, const std::string& k, uint32_t& o) { return CfoReadUInt(n, k, o); });
+}
+
+bool CfoReadFloat(const CfoNode* node, const CfoKey& key, float& out) {
+    return ReadEntry(
+        node, key, out, key.type == CfoKeyType::Float,
+        [](const CfoNode* n, const std::string& k, float& o) { return CfoReadFloat(n, k, o); });
+}
+
+bool CfoReadString(const CfoNode* node, const CfoKey& key, std::string& out) {
+    return ReadEntry(node, key, out, key.type == CfoKeyType::String || key.type == CfoKeyType::File,
+                     [](const CfoNode* n, const std::string& k, std::string& o) {
+                         return CfoReadString(n, k, o);
+                     });
+}
+
+bool CfoReadVector2(const CfoNode* node, const CfoKey& key, HVector2& out) {
+    return ReadEntry(node, key, out, key.type == CfoKeyType::Vector2,
+                     [](const CfoNode* n, const std::string& k, HVector2& o) {
+                         return CfoReadVector2(n, k, o);
+                     });
+}
+
+bool CfoReadVector3(const CfoNode* node, const CfoKey& key, HVector3& out) {
+    return ReadEntry(node, key, out, key.type == CfoKeyType::Vector3,
+                     [](const CfoNode* n, const std::string& k, HVector3& o) {
+                         return CfoReadVector3(n, k, o);
+                     });
+}
+
+CfoNode* CfoReadChild(const CfoNode* node, const CfoKey& key) {
+    assert((key.type == CfoKeyType::Table || key.type == CfoKeyType::Rows) &&
+           "key entry read with a reader of another type");
+    assert(node != nullptr);
+    CfoNode* child = node->FindChild(key.name);
+    if (read_observer != nullptr) read_observer(node, key, child != nullptr, "");
+    return child;
 }

@@ -13,6 +13,7 @@
 #include <cstdint>
 #include <string>
 
+#include "cfo/cfokeys.h"
 #include "math/hvector2.h"
 #include "math/hvector3.h"
 
@@ -33,3 +34,23 @@ int32_t CfoAtoi(const std::string& text);
 // For vectors written as node names, such as hull vertices.
 HVector2 CfoParseVector2(const std::string& text);
 float CfoAtof(const std::string& text);
+
+// The same readers through an entry of a class's key table (cfo/cfokeys.h); the entry's type
+// must suit the reader (a file is read as a string).
+bool CfoReadBool(const CfoNode* node, const CfoKey& key, bool& out);
+bool CfoReadInt(const CfoNode* node, const CfoKey& key, int32_t& out);
+bool CfoReadUInt(const CfoNode* node, const CfoKey& key, uint32_t& out);
+bool CfoReadFloat(const CfoNode* node, const CfoKey& key, float& out);
+bool CfoReadString(const CfoNode* node, const CfoKey& key, std::string& out);
+bool CfoReadVector2(const CfoNode* node, const CfoKey& key, HVector2& out);
+bool CfoReadVector3(const CfoNode* node, const CfoKey& key, HVector3& out);
+// The first child named as a table or rows entry; 0 when absent.
+CfoNode* CfoReadChild(const CfoNode* node, const CfoKey& key);
+
+// Sees every read made through a key entry: the node read, the entry, whether the key was
+// there and, when it was not, the value the variable keeps, written as the key tables write
+// defaults ("%g" numbers, "x,y" vectors, 0 or 1 for a bool). None unless one is set; the
+// tables' own tests set one.
+using CfoReadObserver = void (*)(const CfoNode* node, const CfoKey& key, bool present,
+                                 const std::string& kept);
+void CfoSetReadObserver(CfoReadObserver observer);

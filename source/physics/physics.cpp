@@ -10,6 +10,7 @@
 #include "events/baseevent.h"
 #include "math/hmath.h"
 #include "physics/collisionmanager.h"
+#include "physics/physicskeys.h"
 
 // ---- PhysicsObject ----
 
@@ -205,24 +206,63 @@ static void WarnIfNotConvex(const PhysicsBody& body, const CfoNode* node, const 
            who.c_str(), double(body.position.x), double(body.position.y));
 }
 
+// clang-format off
+constexpr CfoKey kHullKeys[] = {
+    {"", CfoKeyType::Vector2, "", "one vertex \"{x,y}\" a row, counter-clockwise, at most 32"},
+};
+constexpr CfoKey kCharacterKeys[] = {
+    {"pos", CfoKeyType::Vector2, "0,0", "place of the body in the level"},
+    {"turn_speed", CfoKeyType::Float, "10000", "turning force"},
+    {"move_friction", CfoKeyType::Float, "0", "kept, no effect on the motion"},
+    {"turn_friction", CfoKeyType::Float, "0", "kept, no effect on the motion"},
+    {"move_speed", CfoKeyType::Float, "1000", "walking force"},
+    {"run_speed", CfoKeyType::Float, "1500", "running force"},
+    {"fast_turn_speed", CfoKeyType::Float, "turn_speed", "turning force while running",
+     nullptr, "", false, true},
+    {"radius", CfoKeyType::Float, "0", "a hexagon of this size instead of a written hull"},
+    {"hull", CfoKeyType::Rows, "", "the body's convex polygon, relative to pos",
+     &physics_hull_keys},
+    {"wander", CfoKeyType::Vector2, "10,5", "range and rate of an idle walker's wandering"},
+};
+constexpr CfoKey kRayCastKeys[] = {
+    {"position", CfoKeyType::Vector2, "0,0", "origin of the ray"},
+    {"direction", CfoKeyType::Vector2, "1,0", "direction of the ray, normalised on load"},
+};
+constexpr CfoKey kStaticGeometryKeys[] = {
+    {"hull", CfoKeyType::Rows, "", "the convex polygon in level units; its centre becomes "
+     "the body's place", &physics_hull_keys},
+    {"pos", CfoKeyType::Vector2, "0,0", "moves the whole polygon"},
+};
+// clang-format on
+
+const CfoKeyTable physics_hull_keys{"hull", "a convex polygon, one vertex a row", kHullKeys};
+const CfoKeyTable physics_character_keys{
+    "PhysicsCharacter", "the body of a character or a moving door", kCharacterKeys};
+const CfoKeyTable physics_ray_cast_keys{"PhysicsRayCast",
+                                        "a ray that reports the bodies it crosses", kRayCastKeys};
+const CfoKeyTable physics_static_geometry_keys{
+    "PhysicsStaticGeometry", "a solid polygon that never moves", kStaticGeometryKeys};
+
 void PhysicsCharacter::Load(CfoNode* node) {
     if (!node) return;
-    CfoReadVector2(node, "pos", body.position);
-    CfoReadFloat(node, "turn_speed", turnSpeed);
-    CfoReadFloat(node, "move_friction", moveFriction);
-    CfoReadFloat(node, "turn_friction", turnFriction);
-    CfoReadFloat(node, "move_speed", moveSpeed);
-    CfoReadFloat(node, "run_speed", runSpeed);
+    CfoReadVector2(node, CfoKeyOf(kCharacterKeys, "pos"), body.position);
+    CfoReadFloat(node, CfoKeyOf(kCharacterKeys, "turn_speed"), turnSpeed);
+    CfoReadFloat(node, CfoKeyOf(kCharacterKeys, "move_friction"), moveFriction);
+    CfoReadFloat(node, CfoKeyOf(kCharacterKeys, "turn_friction"), turnFriction);
+    CfoReadFloat(node, CfoKeyOf(kCharacterKeys, "move_speed"), moveSpeed);
+    CfoReadFloat(node, CfoKeyOf(kCharacterKeys, "run_speed"), runSpeed);
     // Without the key a running turn uses the walking turn speed.
-    if (!CfoReadFloat(node, "fast_turn_speed", fastTurnSpeed)) fastTurnSpeed = turnSpeed;
+    if (!CfoReadFloat(node, CfoKeyOf(kCharacterKeys, "fast_turn_speed"), fastTurnSpeed))
+        fastTurnSpeed = turnSpeed;
     float radius = 0.0f;
-    if (CfoReadFloat(node, "radius", radius)) {
+    if (CfoReadFloat(node, CfoKeyOf(kCharacterKeys, "radius"), radius)) {
         body.MakeCircle(1.0f, 6);
         ScaleHull(radius);
     }
-    if (CfoNode* hull = node->FindChild("hull")) body.LoadHull(hull, false);
+    if (CfoNode* hull = CfoReadChild(node, CfoKeyOf(kCharacterKeys, "hull")))
+        body.LoadHull(hull, false);
     HVector2 w(wanderRange, wanderRate);
-    if (CfoReadVector2(node, "wander", w)) {
+    if (CfoReadVector2(node, CfoKeyOf(kCharacterKeys, "wander"), w)) {
         wanderRange = w.x;
         wanderRate = w.y;
     }
@@ -380,8 +420,8 @@ void PhysicsCharacter::PushBack(float f) {
 
 void PhysicsRayCast::Load(CfoNode* node) {
     if (!node) return;
-    CfoReadVector2(node, "position", origin);
-    CfoReadVector2(node, "direction", direction);
+    CfoReadVector2(node, CfoKeyOf(kRayCastKeys, "position"), origin);
+    CfoReadVector2(node, CfoKeyOf(kRayCastKeys, "direction"), direction);
     direction.Normalise();
 }
 
@@ -389,9 +429,10 @@ void PhysicsRayCast::Load(CfoNode* node) {
 
 void PhysicsStaticGeometry::Load(CfoNode* node) {
     if (!node) return;
-    if (CfoNode* hull = node->FindChild("hull")) body.LoadHull(hull, true);
+    if (CfoNode* hull = CfoReadChild(node, CfoKeyOf(kStaticGeometryKeys, "hull")))
+        body.LoadHull(hull, true);
     HVector2 p;
-    if (CfoReadVector2(node, "pos", p)) body.position += p;
+    if (CfoReadVector2(node, CfoKeyOf(kStaticGeometryKeys, "pos"), p)) body.position += p;
     WarnIfNotConvex(body, node, "PhysicsStaticGeometry");
 }
 
