@@ -12,11 +12,29 @@
 #include "scene/renderqueue.h"
 #include "world/skinnedmeshdraw.h"
 #include "world/worldloading.h"
+#include "physics/physicskeys.h"
 
 CharacterEntity::~CharacterEntity() {
     for (auto& entry : animations) delete entry.second;
     animations.clear();
 }
+
+// clang-format off
+constexpr CfoKey kCharacterKeys[] = {
+    {"PhysicsCharacter", CfoKeyType::Table, "", "the character's body",
+     &physics_character_keys},
+    {"texture", CfoKeyType::File, "", "the skin's texture", nullptr, "dds,tga"},
+    {"shader", CfoKeyType::File, "", "the skinning vertex program", nullptr, "cg"},
+    {"mesh", CfoKeyType::File, "", "the skinned mesh", nullptr, "aam"},
+    {"ani_idle", CfoKeyType::File, "", "standing animation", nullptr, "cfo"},
+    {"ani_walk", CfoKeyType::File, "", "walking animation", nullptr, "cfo"},
+    {"ani_run", CfoKeyType::File, "", "running animation", nullptr, "cfo"},
+    {"ani_attack", CfoKeyType::File, "", "striking animation", nullptr, "cfo"},
+};
+// clang-format on
+
+const CfoKeyTable character_keys{"Enemy", "the character: body, mesh and animations",
+                                 kCharacterKeys};
 
 void CharacterEntity::Load(CfoNode* node, ResourceManager* resources) {
     LoadCharacter(node, resources);
@@ -28,17 +46,24 @@ void CharacterEntity::LoadCharacter(CfoNode* node, ResourceManager* resources) {
     // Drawn only when a window is up: tests and tools load characters without one.
     WorldLoadingScreen("Loading enemy...", true);
     // A missing child is a null node, which the body takes as "nothing to read".
-    physics.Load(node->FindChild("PhysicsCharacter"));
+    physics.Load(CfoReadChild(node, CfoKeyOf(kCharacterKeys, "PhysicsCharacter")));
     std::string file;
     if (resources != nullptr) {
-        if (CfoReadString(node, "texture", file)) resources->Load(texture, file);
+        if (CfoReadString(node, CfoKeyOf(kCharacterKeys, "texture"), file))
+            resources->Load(texture, file);
         resources->Load(shadowTexture, "resources/textures/character_shadow.dds");
-        if (CfoReadString(node, "shader", file)) resources->Load(shader, file);
+        if (CfoReadString(node, CfoKeyOf(kCharacterKeys, "shader"), file))
+            resources->Load(shader, file);
     }
-    if (CfoReadString(node, "mesh", file)) mesh.Load(file);
-    const char* keys[4] = {"ani_idle", "ani_walk", "ani_run", "ani_attack"};
+    if (CfoReadString(node, CfoKeyOf(kCharacterKeys, "mesh"), file)) mesh.Load(file);
+    const CfoKey* keys[4] = {
+        &CfoKeyOf(kCharacterKeys, "ani_idle"),
+        &CfoKeyOf(kCharacterKeys, "ani_walk"),
+        &CfoKeyOf(kCharacterKeys, "ani_run"),
+        &CfoKeyOf(kCharacterKeys, "ani_attack"),
+    };
     for (int index = 0; index < 4; ++index)
-        if (CfoReadString(node, keys[index], file)) AddAnimation(file, index);
+        if (CfoReadString(node, *keys[index], file)) AddAnimation(file, index);
 }
 
 void CharacterEntity::AddAnimation(const std::string& file, int index) {

@@ -25,6 +25,9 @@
 #include "world/animator.h"
 #include "world/meshaam.h"
 
+// The keys LoadCharacter reads (an enemy's "Enemy" node).
+extern const CfoKeyTable character_keys;
+
 class CharacterEntity : public Entity {
 public:
     enum AnimationIndex { ANI_IDLE = 0, ANI_WALK = 1, ANI_RUN = 2, ANI_ATTACK = 3 };

@@ -12,8 +12,31 @@
 #include "resources/resourcemanager.h"
 #include "scene/scenemanager.h"
 #include "world/staticgeometry.h"
+#include "physics/physicskeys.h"
 
 namespace {}  // namespace
+
+// clang-format off
+constexpr CfoKey kDoorsKeys[] = {
+    {"model", CfoKeyType::File, "", "the door's mesh", nullptr, "asm"},
+    {"texture", CfoKeyType::File, "", "the mesh's texture", nullptr, "dds,tga"},
+    {"activator_name", CfoKeyType::String, "", "name of the Trigger that moves it"},
+    {"open_message", CfoKeyType::String, "", "shown when it has opened"},
+    {"close_message", CfoKeyType::String, "", "shown when it has closed"},
+    {"open_pos", CfoKeyType::Vector2, "1,0", "open place (slider) or heading (rotate)"},
+    {"closed_pos", CfoKeyType::Vector2, "0,1", "closed place (slider) or heading (rotate)"},
+    {"move_sound", CfoKeyType::File, "", "played while it moves", nullptr, "wav,ogg"},
+    {"type", CfoKeyType::String, "slider", "slider moves, anything else turns", nullptr, "",
+     false, true},
+    {"init_state", CfoKeyType::Int, "0", "1 starts open"},
+    {"transf", CfoKeyType::Rows, "", "where the mesh stands", &transform_keys},
+    {"PhysicsCharacter", CfoKeyType::Table, "", "the door's moving body",
+     &physics_character_keys},
+};
+// clang-format on
+
+const CfoKeyTable Doors::key_table{"Doors", "a door that a Trigger opens and closes", kDoorsKeys,
+                                   &entity_keys};
 
 void Doors::Load(CfoNode* node, ResourceManager* resources) {
     Entity::Load(node, resources);
@@ -21,33 +44,35 @@ void Doors::Load(CfoNode* node, ResourceManager* resources) {
 
     std::string text;
     if (node != nullptr) {
-        if (CfoReadString(node, "model", text) && resources != nullptr)
+        if (CfoReadString(node, CfoKeyOf(kDoorsKeys, "model"), text) && resources != nullptr)
             resources->Load(model, text);
-        if (CfoReadString(node, "texture", text) && resources != nullptr)
+        if (CfoReadString(node, CfoKeyOf(kDoorsKeys, "texture"), text) && resources != nullptr)
             resources->Load(texture, text);
-        CfoReadString(node, "activator_name", activatorName);
-        CfoReadString(node, "open_message", openMessage);
-        CfoReadString(node, "close_message", closeMessage);
-        CfoReadVector2(node, "open_pos", openPos);
-        CfoReadVector2(node, "closed_pos", closedPos);
-        if (CfoReadString(node, "move_sound", text) && resources != nullptr)
+        CfoReadString(node, CfoKeyOf(kDoorsKeys, "activator_name"), activatorName);
+        CfoReadString(node, CfoKeyOf(kDoorsKeys, "open_message"), openMessage);
+        CfoReadString(node, CfoKeyOf(kDoorsKeys, "close_message"), closeMessage);
+        CfoReadVector2(node, CfoKeyOf(kDoorsKeys, "open_pos"), openPos);
+        CfoReadVector2(node, CfoKeyOf(kDoorsKeys, "closed_pos"), closedPos);
+        if (CfoReadString(node, CfoKeyOf(kDoorsKeys, "move_sound"), text) && resources != nullptr)
             resources->Load(moveSound, text);
         // Only the exact word makes a slider: anything else turns.
-        if (CfoReadString(node, "type", text)) kind = text == "slider" ? SLIDER : ROTATE;
+        if (CfoReadString(node, CfoKeyOf(kDoorsKeys, "type"), text))
+            kind = text == "slider" ? SLIDER : ROTATE;
     }
 
     // The first movement starts here, before the body has read its place.
     int32_t init_state = 0;
-    if (node != nullptr) CfoReadInt(node, "init_state", init_state);
+    if (node != nullptr) CfoReadInt(node, CfoKeyOf(kDoorsKeys, "init_state"), init_state);
     if (init_state == 1)
         Open();
     else
         Close();
 
     if (node == nullptr) return;
-    if (const CfoNode* transf = node->FindChild("transf"))
+    if (const CfoNode* transf = CfoReadChild(node, CfoKeyOf(kDoorsKeys, "transf")))
         StaticGeometry::ReadTransform(transf, transform);
-    if (CfoNode* body = node->FindChild("PhysicsCharacter")) physics.Load(body);
+    if (CfoNode* body = CfoReadChild(node, CfoKeyOf(kDoorsKeys, "PhysicsCharacter")))
+        physics.Load(body);
 }
 
 void Doors::Bind(EventManager* events, SceneManager*, CollisionManager* physics_manager) {

@@ -42,6 +42,9 @@
 class Doors : public Entity, public EventListener {
     VELMORA_ENTITY_TYPE("Doors")
 
+    // The keys Load reads, for the level checker and the level author's guide.
+    static const CfoKeyTable key_table;
+
 public:
     // The kinds of door, from the key "type".
     enum Kind { SLIDER = 0, ROTATE = 1 };

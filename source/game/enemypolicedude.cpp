@@ -14,15 +14,29 @@ EnemyPoliceDude::EnemyPoliceDude() {
     frontRay.SetDirection(HVector2(1.0f, 0.0f));
 }
 
+// clang-format off
+constexpr CfoKey kEnemyKeys[] = {
+    {"Enemy", CfoKeyType::Table, "", "the character", &character_keys},
+    {"walk_path", CfoKeyType::Rows, "", "the patrol's round", &walk_path_keys},
+    {"wait_at_target", CfoKeyType::Vector2, "3,5", "shortest and longest wait at a waypoint, "
+     "seconds"},
+};
+// clang-format on
+
+const CfoKeyTable EnemyPoliceDude::key_table{"EnemyPoliceDude",
+                                             "a patrol that walks a round "
+                                             "and fights the hero",
+                                             kEnemyKeys, &entity_keys};
+
 void EnemyPoliceDude::Load(CfoNode* node, ResourceManager* resources) {
     if (node != nullptr) {
-        LoadCharacter(node->FindChild("Enemy"), resources);
-        walkPath.Load(node->FindChild("walk_path"));
+        LoadCharacter(CfoReadChild(node, CfoKeyOf(kEnemyKeys, "Enemy")), resources);
+        walkPath.Load(CfoReadChild(node, CfoKeyOf(kEnemyKeys, "walk_path")));
     } else {
         walkPath.Load(nullptr);
     }
     waitRange = HVector2(3.0f, 5.0f);
-    if (node != nullptr) CfoReadVector2(node, "wait_at_target", waitRange);
+    if (node != nullptr) CfoReadVector2(node, CfoKeyOf(kEnemyKeys, "wait_at_target"), waitRange);
     Entity::Load(node, resources);
 }
 

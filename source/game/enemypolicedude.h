@@ -21,6 +21,9 @@
 class EnemyPoliceDude : public CharacterEntity, public EventListener {
     VELMORA_ENTITY_TYPE("EnemyPoliceDude")
 
+    // The keys Load reads, for the level checker and the level author's guide.
+    static const CfoKeyTable key_table;
+
 public:
     enum State {
         WalkToWaypoint = 1,

@@ -11,6 +11,7 @@
 #include "resources/resourcemanager.h"
 #include "scene/scenemanager.h"
 #include "world/staticgeometry.h"
+#include "physics/physicskeys.h"
 
 namespace {
 
@@ -18,26 +19,45 @@ namespace {
 
 }  // namespace
 
+// clang-format off
+constexpr CfoKey kItemKeys[] = {
+    {"model", CfoKeyType::File, "", "the item's mesh", nullptr, "asm"},
+    {"texture", CfoKeyType::File, "", "the mesh's texture", nullptr, "dds,tga"},
+    {"pickup_message", CfoKeyType::String, "", "shown when the hero takes it"},
+    {"pickup_sound", CfoKeyType::File, "", "played when the hero takes it", nullptr, "wav,ogg"},
+    {"type", CfoKeyType::String, "HEALTH", "HEALTH heals by value; TARGET is the level's goal",
+     nullptr, "", false, true},
+    {"value", CfoKeyType::Float, "0", "health given"},
+    {"transf", CfoKeyType::Rows, "", "where the mesh stands", &transform_keys},
+    {"PhysicsStaticGeometry", CfoKeyType::Table, "", "the shape the hero touches to take it",
+     &physics_static_geometry_keys},
+};
+// clang-format on
+
+const CfoKeyTable Item::key_table{"Item", "a thing to pick up", kItemKeys, &entity_keys};
+
 void Item::Load(CfoNode* node, ResourceManager* resources) {
     if (resources != nullptr) resources->Load(shader, kPropShaderFile);
     if (node != nullptr) {
         std::string text;
         if (resources != nullptr) {
-            if (CfoReadString(node, "model", text)) resources->Load(model, text);
-            if (CfoReadString(node, "texture", text)) resources->Load(texture, text);
+            if (CfoReadString(node, CfoKeyOf(kItemKeys, "model"), text))
+                resources->Load(model, text);
+            if (CfoReadString(node, CfoKeyOf(kItemKeys, "texture"), text))
+                resources->Load(texture, text);
         }
-        CfoReadString(node, "pickup_message", pickupMessage);
-        if (resources != nullptr && CfoReadString(node, "pickup_sound", text))
+        CfoReadString(node, CfoKeyOf(kItemKeys, "pickup_message"), pickupMessage);
+        if (resources != nullptr && CfoReadString(node, CfoKeyOf(kItemKeys, "pickup_sound"), text))
             resources->Load(pickupSound, text);
-        if (CfoReadString(node, "type", text)) {
+        if (CfoReadString(node, CfoKeyOf(kItemKeys, "type"), text)) {
             if (text == "HEALTH") kind = HEALTH;
             if (text == "TARGET") kind = TARGET;
         }
-        CfoReadFloat(node, "value", value);
+        CfoReadFloat(node, CfoKeyOf(kItemKeys, "value"), value);
         // The same row of twelve numbers as the level's static objects.
-        if (const CfoNode* transf = node->FindChild("transf"))
+        if (const CfoNode* transf = CfoReadChild(node, CfoKeyOf(kItemKeys, "transf")))
             StaticGeometry::ReadTransform(transf, transform);
-        geometry.Load(node->FindChild("PhysicsStaticGeometry"));
+        geometry.Load(CfoReadChild(node, CfoKeyOf(kItemKeys, "PhysicsStaticGeometry")));
     }
     Entity::Load(node, resources);
 }

@@ -27,6 +27,9 @@
 class Item : public Entity, public EventListener {
     VELMORA_ENTITY_TYPE("Item")
 
+    // The keys Load reads, for the level checker and the level author's guide.
+    static const CfoKeyTable key_table;
+
 public:
     // The kinds of "type": anything else than "TARGET" heals.
     enum Kind : int32_t { HEALTH = 0, TARGET = 1 };

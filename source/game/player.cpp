@@ -18,6 +18,8 @@
 #include "scene/scene.h"
 #include "scene/scenemanager.h"
 #include "world/skinnedmeshdraw.h"
+#include "physics/physicskeys.h"
+#include "cfo/cforeaders.h"
 
 namespace {
 
@@ -42,6 +44,15 @@ int RootBoneOf(const MeshAAM& mesh) {
 
 }  // namespace
 
+// clang-format off
+constexpr CfoKey kPlayerKeys[] = {
+    {"PhysicsCharacter", CfoKeyType::Table, "", "the hero's body", &physics_character_keys},
+};
+// clang-format on
+
+const CfoKeyTable Player::key_table{"Player", "the hero; its mesh and animations are fixed",
+                                    kPlayerKeys, &entity_keys};
+
 void Player::Load(CfoNode* node, ResourceManager* resources) {
     if (resources != nullptr) {
         resources->Load(spareTexture, "resources/textures/polic.dds");
@@ -50,7 +61,8 @@ void Player::Load(CfoNode* node, ResourceManager* resources) {
         resources->Load(shader, "resources/shaders/quat_skinned_geometry.cg");
     }
     // No child gives a null node, which the body takes as "nothing to read".
-    physics.Load(node != nullptr ? node->FindChild("PhysicsCharacter") : nullptr);
+    physics.Load(node != nullptr ? CfoReadChild(node, CfoKeyOf(kPlayerKeys, "PhysicsCharacter"))
+                                 : nullptr);
     Entity::Load(node, resources);
 
     mesh.Load("resources/models/orsin.aam");

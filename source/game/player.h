@@ -36,6 +36,9 @@
 class Player : public Entity, public EventListener {
     VELMORA_ENTITY_TYPE("Player")
 
+    // The keys Load reads, for the level checker and the level author's guide.
+    static const CfoKeyTable key_table;
+
 public:
     // SDL 1.2 codes of the keys the hero reads as numbers, whatever the bindings say.
     enum Key : int32_t {

@@ -10,6 +10,29 @@
 #include "resources/resourcemanager.h"
 #include "scene/scenemanager.h"
 #include "world/staticgeometry.h"
+#include "physics/physicskeys.h"
+
+// clang-format off
+constexpr CfoKey kTriggerKeys[] = {
+    {"open_model", CfoKeyType::File, "", "the mesh when on", nullptr, "asm"},
+    {"closed_model", CfoKeyType::File, "", "the mesh when off", nullptr, "asm"},
+    {"open_texture", CfoKeyType::File, "", "the texture when on", nullptr, "dds,tga"},
+    {"closed_texture", CfoKeyType::File, "", "the texture when off", nullptr, "dds,tga"},
+    {"open_time", CfoKeyType::Float, "1", "seconds from on to off"},
+    {"close_time", CfoKeyType::Float, "1", "seconds from off to on"},
+    {"open_message", CfoKeyType::String, "", "shown when switched off"},
+    {"close_message", CfoKeyType::String, "", "shown when switched on"},
+    {"switch_sound", CfoKeyType::File, "", "played when thrown", nullptr, "wav,ogg"},
+    {"transf", CfoKeyType::Rows, "", "where the mesh stands", &transform_keys},
+    {"PhysicsRayCast", CfoKeyType::Table, "", "the ray that finds the hero in reach",
+     &physics_ray_cast_keys},
+    {"PhysicsStaticGeometry", CfoKeyType::Table, "", "the switch's solid shape",
+     &physics_static_geometry_keys},
+};
+// clang-format on
+
+const CfoKeyTable Trigger::key_table{"Trigger", "a switch the hero throws; Doors name it",
+                                     kTriggerKeys, &entity_keys};
 
 void Trigger::Load(CfoNode* node, ResourceManager* resources) {
     Entity::Load(node, resources);
@@ -18,21 +41,27 @@ void Trigger::Load(CfoNode* node, ResourceManager* resources) {
 
     std::string text;
     if (resources != nullptr) {
-        if (CfoReadString(node, "open_model", text)) resources->Load(openModel, text);
-        if (CfoReadString(node, "closed_model", text)) resources->Load(closedModel, text);
-        if (CfoReadString(node, "open_texture", text)) resources->Load(openTexture, text);
-        if (CfoReadString(node, "closed_texture", text)) resources->Load(closedTexture, text);
+        if (CfoReadString(node, CfoKeyOf(kTriggerKeys, "open_model"), text))
+            resources->Load(openModel, text);
+        if (CfoReadString(node, CfoKeyOf(kTriggerKeys, "closed_model"), text))
+            resources->Load(closedModel, text);
+        if (CfoReadString(node, CfoKeyOf(kTriggerKeys, "open_texture"), text))
+            resources->Load(openTexture, text);
+        if (CfoReadString(node, CfoKeyOf(kTriggerKeys, "closed_texture"), text))
+            resources->Load(closedTexture, text);
     }
-    CfoReadFloat(node, "open_time", openTime);
-    CfoReadFloat(node, "close_time", closeTime);
-    CfoReadString(node, "open_message", openMessage);
-    CfoReadString(node, "close_message", closeMessage);
-    if (CfoReadString(node, "switch_sound", text) && resources != nullptr)
+    CfoReadFloat(node, CfoKeyOf(kTriggerKeys, "open_time"), openTime);
+    CfoReadFloat(node, CfoKeyOf(kTriggerKeys, "close_time"), closeTime);
+    CfoReadString(node, CfoKeyOf(kTriggerKeys, "open_message"), openMessage);
+    CfoReadString(node, CfoKeyOf(kTriggerKeys, "close_message"), closeMessage);
+    if (CfoReadString(node, CfoKeyOf(kTriggerKeys, "switch_sound"), text) && resources != nullptr)
         resources->Load(switchSound, text);
-    if (const CfoNode* transf = node->FindChild("transf"))
+    if (const CfoNode* transf = CfoReadChild(node, CfoKeyOf(kTriggerKeys, "transf")))
         StaticGeometry::ReadTransform(transf, transform);
-    if (CfoNode* child = node->FindChild("PhysicsRayCast")) ray.Load(child);
-    if (CfoNode* child = node->FindChild("PhysicsStaticGeometry")) geometry.Load(child);
+    if (CfoNode* child = CfoReadChild(node, CfoKeyOf(kTriggerKeys, "PhysicsRayCast")))
+        ray.Load(child);
+    if (CfoNode* child = CfoReadChild(node, CfoKeyOf(kTriggerKeys, "PhysicsStaticGeometry")))
+        geometry.Load(child);
 }
 
 void Trigger::Bind(EventManager* events, SceneManager*, CollisionManager* physics_manager) {

@@ -31,6 +31,9 @@
 class Trigger : public Entity, public EventListener {
     VELMORA_ENTITY_TYPE("Trigger")
 
+    // The keys Load reads, for the level checker and the level author's guide.
+    static const CfoKeyTable key_table;
+
 public:
     // The switch's states; the names follow the activation that ends them.
     enum State { ON = 0, OFF = 1, SWITCHING_ON = 2, SWITCHING_OFF = 3 };

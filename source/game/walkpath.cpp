@@ -25,6 +25,15 @@ std::vector<std::string> SplitCommas(const std::string& text) {
 
 }  // namespace
 
+// clang-format off
+constexpr CfoKey kWalkPathKeys[] = {
+    {"", CfoKeyType::String, "", "one waypoint a row: \"{ {links} x,y,weight }\", links the "
+     "0-based numbers of the waypoints it leads to"},
+};
+// clang-format on
+
+const CfoKeyTable walk_path_keys{"walk_path", "waypoints and their links", kWalkPathKeys};
+
 void WalkPath::Load(const CfoNode* node) {
     waypoints.clear();
     if (node == nullptr) return;

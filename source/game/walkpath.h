@@ -20,6 +20,7 @@
 
 #include <vector>
 
+#include "cfo/cfokeys.h"
 #include "math/hvector2.h"
 
 class CfoNode;
@@ -29,6 +30,9 @@ struct Waypoint {
     float weight = 1.0f;          // the third number; never used
     std::vector<int> neighbours;  // indices of the waypoints this one leads to
 };
+
+// A "walk_path" node: what WalkPath::Load reads.
+extern const CfoKeyTable walk_path_keys;
 
 class WalkPath {
 public:

@@ -3,6 +3,7 @@
 #include <GL/gl.h>
 
 #include "cfo/cfonode.h"
+#include "cfo/cforeaders.h"
 #include "platform/settings.h"
 #include "scene/scenemanager.h"
 
@@ -10,10 +11,20 @@ CustomGuiLayer::CustomGuiLayer() : cursor(new GUICursor()) {}
 
 CustomGuiLayer::~CustomGuiLayer() { delete cursor; }
 
+// clang-format off
+constexpr CfoKey kCustomGuiLayerKeys[] = {
+    {"GUICursor", CfoKeyType::Table, "", "the layer's pointer", &GUICursor::key_table},
+};
+// clang-format on
+
+const CfoKeyTable CustomGuiLayer::key_table{"CustomGuiLayer", "the menu layer and its screens",
+                                            kCustomGuiLayerKeys, &gui_object_keys};
+
 void CustomGuiLayer::Load(CfoNode* node, ResourceManager* resources) {
     GUIObject::Load(node, resources);
     if (node == nullptr) return;
-    if (CfoNode* child = node->FindChild("GUICursor")) cursor->Load(child, resources);
+    if (CfoNode* child = CfoReadChild(node, CfoKeyOf(kCustomGuiLayerKeys, "GUICursor")))
+        cursor->Load(child, resources);
 }
 
 void CustomGuiLayer::Bind(EventManager* events, SceneManager*, CollisionManager*) {

@@ -19,6 +19,9 @@
 class CustomGuiLayer : public GUIObject, public EventListener {
     VELMORA_ENTITY_TYPE("CustomGuiLayer")
 
+    // The keys Load reads, for the level checker and the level author's guide.
+    static const CfoKeyTable key_table;
+
 public:
     CustomGuiLayer();
     ~CustomGuiLayer() override;

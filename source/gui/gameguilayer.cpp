@@ -10,6 +10,9 @@
 #include "resources/resourcemanager.h"
 #include "scene/scenemanager.h"
 
+const CfoKeyTable GameGuiLayer::key_table{
+    "GameGuiLayer", "the in-game layer: heads-up display and mini map", {}, &gui_object_keys};
+
 void GameGuiLayer::Load(CfoNode* node, ResourceManager* resources) {
     if (resources != nullptr) {
         resources->Load(font, "resources/fonts/arial.glf");

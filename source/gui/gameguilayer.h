@@ -28,6 +28,9 @@
 class GameGuiLayer : public GUIObject, public EventListener {
     VELMORA_ENTITY_TYPE("GameGuiLayer")
 
+    // The keys Load reads, for the level checker and the level author's guide.
+    static const CfoKeyTable key_table;
+
 public:
     GameGuiLayer() = default;
     ~GameGuiLayer() override = default;

@@ -7,17 +7,31 @@
 #include "resources/resourcemanager.h"
 #include "scene/scenemanager.h"
 
+// clang-format off
+constexpr CfoKey kGUIButtonKeys[] = {
+    {"image_selected", CfoKeyType::File, "", "the picture under the pointer", nullptr, "dds,tga"},
+    {"image_normal", CfoKeyType::File, "", "the picture otherwise", nullptr, "dds,tga"},
+    {"font_size", CfoKeyType::Float, "0.6", "size of the caption"},
+    {"text", CfoKeyType::String, "", "the caption"},
+};
+// clang-format on
+
+const CfoKeyTable GUIButton::key_table{"GUIButton", "a button; a click sends its name",
+                                       kGUIButtonKeys, &gui_object_keys};
+
 void GUIButton::Load(CfoNode* node, ResourceManager* resources) {
     GUIObject::Load(node, resources);
     // Without a node the button still takes its font.
     std::string file;
-    if (node != nullptr && resources != nullptr && CfoReadString(node, "image_selected", file))
+    if (node != nullptr && resources != nullptr &&
+        CfoReadString(node, CfoKeyOf(kGUIButtonKeys, "image_selected"), file))
         resources->Load(image_selected, file);
-    if (node != nullptr && resources != nullptr && CfoReadString(node, "image_normal", file))
+    if (node != nullptr && resources != nullptr &&
+        CfoReadString(node, CfoKeyOf(kGUIButtonKeys, "image_normal"), file))
         resources->Load(image_normal, file);
-    if (node != nullptr) CfoReadFloat(node, "font_size", font_size);
+    if (node != nullptr) CfoReadFloat(node, CfoKeyOf(kGUIButtonKeys, "font_size"), font_size);
     if (resources != nullptr) resources->Load(font, kFontFile);
-    if (node != nullptr) CfoReadString(node, "text", text);
+    if (node != nullptr) CfoReadString(node, CfoKeyOf(kGUIButtonKeys, "text"), text);
 }
 
 void GUIButton::Bind(EventManager* events, SceneManager*, CollisionManager*) {

@@ -21,6 +21,9 @@
 class GUIButton : public GUIObject, public EventListener {
     VELMORA_ENTITY_TYPE("GUIButton")
 
+    // The keys Load reads, for the level checker and the level author's guide.
+    static const CfoKeyTable key_table;
+
 public:
     GUIButton() = default;
     ~GUIButton() override = default;

@@ -9,10 +9,21 @@
 #include "platform/settings.h"
 #include "resources/resourcemanager.h"
 
+// clang-format off
+constexpr CfoKey kGUICursorKeys[] = {
+    {"image", CfoKeyType::File, "", "the pointer; its hot spot is the top-left corner",
+     nullptr, "dds,tga"},
+};
+// clang-format on
+
+const CfoKeyTable GUICursor::key_table{"GUICursor", "the pointer of a layer", kGUICursorKeys,
+                                       &gui_object_keys};
+
 void GUICursor::Load(CfoNode* node, ResourceManager* resources) {
     GUIObject::Load(node, resources);
     std::string file;
-    if (node != nullptr && resources != nullptr && CfoReadString(node, "image", file))
+    if (node != nullptr && resources != nullptr &&
+        CfoReadString(node, CfoKeyOf(kGUICursorKeys, "image"), file))
         resources->Load(image, file);
 }
 

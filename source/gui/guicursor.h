@@ -12,6 +12,9 @@
 class GUICursor : public GUIObject {
     VELMORA_ENTITY_TYPE("GUICursor")
 
+    // The keys Load reads, for the level checker and the level author's guide.
+    static const CfoKeyTable key_table;
+
 public:
     GUICursor() = default;
     ~GUICursor() override = default;

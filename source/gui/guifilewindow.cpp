@@ -20,6 +20,9 @@ bool IsDirectory(const std::string& name) {
 
 }  // namespace
 
+const CfoKeyTable GUIFileWindow::key_table{
+    "GUIFileWindow", "the scene picker: a list of the scene documents", {}, &gui_object_keys};
+
 void GUIFileWindow::Load(CfoNode* node, ResourceManager* resources) {
     GUIObject::Load(node, resources);
     if (resources != nullptr) resources->Load(font, kFontFile);

@@ -21,6 +21,9 @@ class GUIList;
 class GUIFileWindow : public GUIObject, public EventListener {
     VELMORA_ENTITY_TYPE("GUIFileWindow")
 
+    // The keys Load reads, for the level checker and the level author's guide.
+    static const CfoKeyTable key_table;
+
 public:
     GUIFileWindow() = default;
     ~GUIFileWindow() override = default;

@@ -9,12 +9,22 @@
 #include "resources/resourcemanager.h"
 #include "scene/scenemanager.h"
 
+// clang-format off
+constexpr CfoKey kGUIImageKeys[] = {
+    {"image", CfoKeyType::File, "", "the picture", nullptr, "dds,tga"},
+};
+// clang-format on
+
+const CfoKeyTable GUIImage::key_table{"GUIImage", "a picture panel", kGUIImageKeys,
+                                      &gui_object_keys};
+
 void GUIImage::Load(CfoNode* node, ResourceManager* resources) {
     DrawLoadingScreen("Buffering video...", true);
     DrawLoadingScreen("Loading...", true);
     GUIObject::Load(node, resources);
     std::string file;
-    if (node != nullptr && resources != nullptr && CfoReadString(node, "image", file))
+    if (node != nullptr && resources != nullptr &&
+        CfoReadString(node, CfoKeyOf(kGUIImageKeys, "image"), file))
         resources->Load(image, file);
 }
 

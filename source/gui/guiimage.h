@@ -13,6 +13,9 @@
 class GUIImage : public GUIObject, public EventListener {
     VELMORA_ENTITY_TYPE("GUIImage")
 
+    // The keys Load reads, for the level checker and the level author's guide.
+    static const CfoKeyTable key_table;
+
 public:
     GUIImage() = default;
     ~GUIImage() override = default;

@@ -8,11 +8,21 @@
 #include "resources/resourcemanager.h"
 #include "scene/scenemanager.h"
 
+// clang-format off
+constexpr CfoKey kGUIListKeys[] = {
+    {"image", CfoKeyType::File, "", "the list's background", nullptr, "dds,tga"},
+};
+// clang-format on
+
+const CfoKeyTable GUIList::key_table{"GUIList", "a scrolling list of lines", kGUIListKeys,
+                                     &gui_object_keys};
+
 void GUIList::Load(CfoNode* node, ResourceManager* resources) {
     GUIObject::Load(node, resources);
     if (resources == nullptr) return;
     std::string file;
-    if (node != nullptr && CfoReadString(node, "image", file)) resources->Load(image, file);
+    if (node != nullptr && CfoReadString(node, CfoKeyOf(kGUIListKeys, "image"), file))
+        resources->Load(image, file);
     resources->Load(scroll_up, kScrollUpFile);
     resources->Load(scroll_down, kScrollDownFile);
     resources->Load(scroll_up_selected, kScrollUpSelectedFile);

@@ -22,6 +22,9 @@
 class GUIList : public GUIObject, public EventListener {
     VELMORA_ENTITY_TYPE("GUIList")
 
+    // The keys Load reads, for the level checker and the level author's guide.
+    static const CfoKeyTable key_table;
+
 public:
     GUIList() = default;
     ~GUIList() override = default;

@@ -10,11 +10,21 @@
 #include "platform/draw.h"
 #include "platform/settings.h"
 
+// clang-format off
+constexpr CfoKey kGUIObjectKeys[] = {
+    {"size", CfoKeyType::Vector2, "0,0", "width and height in virtual screen units"},
+    {"pos", CfoKeyType::Vector2, "0,0", "centre, relative to the parent widget"},
+};
+// clang-format on
+
+const CfoKeyTable gui_object_keys{"GUIObject", "the keys every widget reads", kGUIObjectKeys,
+                                  &entity_keys};
+
 void GUIObject::Load(CfoNode* node, ResourceManager* resources) {
     Entity::Load(node, resources);
     if (node == nullptr) return;
-    CfoReadVector2(node, "size", size);
-    if (CfoReadVector2(node, "pos", pos)) screen_pos = GetPosition(pos);
+    CfoReadVector2(node, CfoKeyOf(kGUIObjectKeys, "size"), size);
+    if (CfoReadVector2(node, CfoKeyOf(kGUIObjectKeys, "pos"), pos)) screen_pos = GetPosition(pos);
 }
 
 HVector2 GUIObject::GetPosition(HVector2 local) {

@@ -21,6 +21,9 @@
 #include "math/hvector2.h"
 #include "scene/entity.h"
 
+// The keys GUIObject::Load reads, the base of every widget's table.
+extern const CfoKeyTable gui_object_keys;
+
 class GUIObject : public Entity {
 public:
     GUIObject() = default;

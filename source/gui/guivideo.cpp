@@ -11,6 +11,18 @@
 
 GUIVideo::GUIVideo(VideoTextures* textures) : video(textures) {}
 
+// clang-format off
+constexpr CfoKey kGUIVideoKeys[] = {
+    {"buffer_frames", CfoKeyType::Int, "5", "pictures decoded ahead"},
+    {"file", CfoKeyType::File, "", "the MPEG video stream", nullptr, "m2v,mpg,mpeg,m1v"},
+    {"stream_buffer_size", CfoKeyType::UInt, "0", "bytes read from the stream at a time; "
+     "0 keeps the player's own"},
+};
+// clang-format on
+
+const CfoKeyTable GUIVideo::key_table{"GUIVideo", "a video playing in a rectangle", kGUIVideoKeys,
+                                      &gui_object_keys};
+
 void GUIVideo::Load(CfoNode* node, ResourceManager* resources) {
     DrawLoadingScreen("Buffering video...", true);
     GUIObject::Load(node, resources);
@@ -19,9 +31,9 @@ void GUIVideo::Load(CfoNode* node, ResourceManager* resources) {
 }
 
 void GUIVideo::LoadVideo(CfoNode* node) {
-    CfoReadInt(node, "buffer_frames", buffer_frames);
+    CfoReadInt(node, CfoKeyOf(kGUIVideoKeys, "buffer_frames"), buffer_frames);
     std::string file;
-    if (CfoReadString(node, "file", file)) {
+    if (CfoReadString(node, CfoKeyOf(kGUIVideoKeys, "file"), file)) {
         // A negative count would wrap around to billions of textures; none is what it means.
         if (buffer_frames < 0) {
             std::cout << "GUIVideo '" << name << "': buffer_frames " << buffer_frames
@@ -31,7 +43,7 @@ void GUIVideo::LoadVideo(CfoNode* node) {
         video.Open(file, static_cast<uint32_t>(buffer_frames));
     }
     uint32_t stream_buffer_size = 0;
-    if (CfoReadUInt(node, "stream_buffer_size", stream_buffer_size))
+    if (CfoReadUInt(node, CfoKeyOf(kGUIVideoKeys, "stream_buffer_size"), stream_buffer_size))
         video.SetStreamBufferSize(stream_buffer_size);
 }
 

@@ -14,6 +14,9 @@
 class GUIVideo : public GUIObject, public EventListener {
     VELMORA_ENTITY_TYPE("GUIVideo")
 
+    // The keys Load reads, for the level checker and the level author's guide.
+    static const CfoKeyTable key_table;
+
 public:
     // `textures` is where the pictures go: by default the game's GL textures.
     explicit GUIVideo(VideoTextures* textures = GLVideoTextures());

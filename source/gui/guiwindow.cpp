@@ -10,10 +10,20 @@
 #include "resources/resourcemanager.h"
 #include "scene/scenemanager.h"
 
+// clang-format off
+constexpr CfoKey kGUIWindowKeys[] = {
+    {"image", CfoKeyType::File, "", "the window's background", nullptr, "dds,tga"},
+};
+// clang-format on
+
+const CfoKeyTable GUIWindow::key_table{"GUIWindow", "a window that holds other widgets",
+                                       kGUIWindowKeys, &gui_object_keys};
+
 void GUIWindow::Load(CfoNode* node, ResourceManager* resources) {
     GUIObject::Load(node, resources);
     std::string file;
-    if (node != nullptr && resources != nullptr && CfoReadString(node, "image", file))
+    if (node != nullptr && resources != nullptr &&
+        CfoReadString(node, CfoKeyOf(kGUIWindowKeys, "image"), file))
         resources->Load(image, file);
 }
 

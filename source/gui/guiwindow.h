@@ -13,6 +13,9 @@
 class GUIWindow : public GUIObject, public EventListener {
     VELMORA_ENTITY_TYPE("GUIWindow")
 
+    // The keys Load reads, for the level checker and the level author's guide.
+    static const CfoKeyTable key_table;
+
 public:
     GUIWindow() = default;
     ~GUIWindow() override = default;

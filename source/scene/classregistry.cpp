@@ -21,3 +21,9 @@ uint32_t ClassRegistry::TypeIdOf(const std::string& name) {
     if (it == factories.end()) return 0;
     return it->second->TypeId();
 }
+
+const CfoKeyTable* ClassRegistry::KeysOf(const std::string& name) {
+    auto it = factories.find(name);
+    if (it == factories.end()) return nullptr;
+    return it->second->Keys();
+}

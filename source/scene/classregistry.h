@@ -16,6 +16,8 @@ public:
     // The type id of the factory's class (numbered on first use, like GetTypeId); 0 for a
     // factory that does not know it.
     virtual uint32_t TypeId() { return 0; }
+    // The keys the class's Load reads (cfo/cfokeys.h); 0 for a class without a table.
+    virtual const CfoKeyTable* Keys() { return nullptr; }
 };
 
 template <class T>
@@ -27,6 +29,12 @@ public:
             return T::StaticTypeId();
         else
             return 0;
+    }
+    const CfoKeyTable* Keys() override {
+        if constexpr (requires { T::key_table; })
+            return &T::key_table;
+        else
+            return nullptr;
     }
 };
 
@@ -61,6 +69,10 @@ public:
     // none. Layers that may not include a class (the GUI and the game's entities) compare
     // the ids that events carry through this.
     uint32_t TypeIdOf(const std::string& name);
+
+    // The key table of the class registered under `name`; 0 when there is none or the class
+    // has no table.
+    const CfoKeyTable* KeysOf(const std::string& name);
 
     size_t Count() const { return factories.size(); }
 

@@ -9,11 +9,21 @@ void Entity::Bind(EventManager*, SceneManager*, CollisionManager*) {}
 void Entity::Unbind(EventManager*, SceneManager*, CollisionManager*) {}
 void Entity::Unload(SceneManager*, ResourceManager*) {}
 
+// clang-format off
+constexpr CfoKey kEntityKeys[] = {
+    {"name", CfoKeyType::String, "", "the name other entities find this one by"},
+    {"z_index", CfoKeyType::Float, "0", "drawing order, lowest first"},
+    {"visible", CfoKeyType::Bool, "1", "0 hides it: it goes on running but is not drawn"},
+};
+// clang-format on
+
+const CfoKeyTable entity_keys{"Entity", "the keys every class reads", kEntityKeys};
+
 void Entity::Load(CfoNode* node, ResourceManager*) {
     if (node == nullptr) return;
-    CfoReadString(node, "name", name);
-    CfoReadFloat(node, "z_index", z_index);
-    CfoReadBool(node, "visible", visible);
+    CfoReadString(node, CfoKeyOf(kEntityKeys, "name"), name);
+    CfoReadFloat(node, CfoKeyOf(kEntityKeys, "z_index"), z_index);
+    CfoReadBool(node, CfoKeyOf(kEntityKeys, "visible"), visible);
 }
 
 void Entity::Hook5(void*) {}

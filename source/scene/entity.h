@@ -18,6 +18,7 @@
 #include <list>
 #include <string>
 
+#include "cfo/cfokeys.h"
 #include "events/baseevent.h"
 #include "math/hvector2.h"
 
@@ -88,6 +89,9 @@ public:
     std::list<Entity*> children;  // owned (deleted by DestroyTree), document order
     float z_index = 0.0f;         // render order, lowest first
 };
+
+// The keys Entity::Load reads; every class table names it as its base.
+extern const CfoKeyTable entity_keys;
 
 // Gives a class its type name ("Scene") and its lazily numbered type id. Put it in the
 // public part of every class that documents create by name.

@@ -32,30 +32,49 @@ constexpr float kAxesSize = 15.0f;
 
 }  // namespace
 
+// clang-format off
+constexpr CfoKey kSceneKeys[] = {
+    {"sky_texture", CfoKeyType::File, "system/white.dds", "texture of the sky dome", nullptr,
+     "dds,tga"},
+    {"sky_mesh", CfoKeyType::File, "", "the sky dome", nullptr, "asm"},
+    {"ambient_sound", CfoKeyType::File, "", "the level's looping sound", nullptr, "wav,ogg"},
+    {"max_size", CfoKeyType::Vector2, "0,0", "the world's extent"},
+    {"camera_pos", CfoKeyType::Vector3, "0,0,0", "the fixed camera's place"},
+    {"camera_target", CfoKeyType::Vector3, "0,200,0", "the point the fixed camera looks at"},
+    {"camera_up", CfoKeyType::Vector3, "0,0,1", "the fixed camera's up"},
+    {"camera_fov", CfoKeyType::Float, "90", "the fixed camera's field of view, degrees"},
+};
+// clang-format on
+
+const CfoKeyTable Scene::key_table{"Scene", "a level: its sky, sound, cameras and rain", kSceneKeys,
+                                   &entity_keys};
+
 void Scene::Load(CfoNode* node, ResourceManager* resources) {
     assert(node != nullptr && "node");
 
     if (resources != nullptr) {
         resources->Load(sky_texture, "system/white.dds");
         std::string texture_name;
-        if (CfoReadString(node, "sky_texture", texture_name))
+        if (CfoReadString(node, CfoKeyOf(kSceneKeys, "sky_texture"), texture_name))
             resources->Load(sky_texture, texture_name);
         std::string mesh_name;
-        if (CfoReadString(node, "sky_mesh", mesh_name)) resources->Load(sky_mesh, mesh_name);
+        if (CfoReadString(node, CfoKeyOf(kSceneKeys, "sky_mesh"), mesh_name))
+            resources->Load(sky_mesh, mesh_name);
         // The ambient sound; Bind turns it to looping before it first plays.
         std::string sound_name;
-        if (CfoReadString(node, "ambient_sound", sound_name)) resources->Load(ambient, sound_name);
+        if (CfoReadString(node, CfoKeyOf(kSceneKeys, "ambient_sound"), sound_name))
+            resources->Load(ambient, sound_name);
     }
-    CfoReadVector2(node, "max_size", max_size);
+    CfoReadVector2(node, CfoKeyOf(kSceneKeys, "max_size"), max_size);
     if (r_particle_rain) rain.Load(node, resources);
     Entity::Load(node, resources);
     // The camera path: kept with the level, though no camera mode plays it. Without the
     // file the level loads all the same.
     camera_path.Load("animations/cam2.cfo");
-    CfoReadVector3(node, "camera_pos", fixed_position);
-    CfoReadVector3(node, "camera_target", fixed_target);
-    CfoReadVector3(node, "camera_up", fixed_up);
-    CfoReadFloat(node, "camera_fov", fixed_fov);
+    CfoReadVector3(node, CfoKeyOf(kSceneKeys, "camera_pos"), fixed_position);
+    CfoReadVector3(node, CfoKeyOf(kSceneKeys, "camera_target"), fixed_target);
+    CfoReadVector3(node, CfoKeyOf(kSceneKeys, "camera_up"), fixed_up);
+    CfoReadFloat(node, CfoKeyOf(kSceneKeys, "camera_fov"), fixed_fov);
 }
 
 void Scene::Bind(EventManager* events, SceneManager*, CollisionManager* physics) {

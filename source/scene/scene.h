@@ -34,6 +34,9 @@ class SceneManager;
 class Scene : public Entity, public EventListener {
     VELMORA_ENTITY_TYPE("Scene")
 
+    // The keys Load reads, for the level checker and the level author's guide.
+    static const CfoKeyTable key_table;
+
 public:
     // The camera modes.
     enum CameraMode : int32_t { CAMERA_FOLLOW = 0, CAMERA_FREE = 1, CAMERA_FIXED = 2 };

@@ -382,6 +382,26 @@ void ABTTreeBuilder::PrintTree(int32_t node, int depth) const {
     for (int32_t c : n.children) PrintTree(c, depth + 1);
 }
 
+// clang-format off
+constexpr CfoKey kObjectKeys[] = {
+    {"", CfoKeyType::String, "", "\"{mesh.asm,texture.dds}\": one mesh and its texture a row"},
+};
+constexpr CfoKey kABTBuilderKeys[] = {
+    {"output_file", CfoKeyType::String, "", "the file written, from the folder the game runs "
+     "in: \"data/\" and the WorldGeometry's \"file\""},
+    {"weights", CfoKeyType::Vector2, "0.7,0.3", "weights of the split's balance and cut"},
+    {"overgrow", CfoKeyType::Float, "0.1", "how far a node's box may grow over its half"},
+    {"max_faces", CfoKeyType::UInt, "100", "faces a leaf may hold"},
+    {"max_depth", CfoKeyType::UInt, "4", "depth of the tree"},
+    {"Objects", CfoKeyType::Rows, "", "the meshes of the level", &abt_builder_objects_keys},
+};
+// clang-format on
+
+const CfoKeyTable abt_builder_objects_keys{"Objects", "rows of a mesh and its texture",
+                                           kObjectKeys};
+const CfoKeyTable abt_builder_keys{"ABTBuilder", "writes the level's tree file from its meshes",
+                                   kABTBuilderKeys};
+
 void ABTBuilder(const CfoNode* node) {
     float overgrow = 0.1f;
     HVector2 weights(0.7f, 0.3f);
@@ -393,11 +413,11 @@ void ABTBuilder(const CfoNode* node) {
     WorldLoadingScreen("Initiating ABTBuilder...", true);
 
     if (node) {
-        CfoReadString(node, "output_file", output_file);
-        CfoReadVector2(node, "weights", weights);
-        CfoReadFloat(node, "overgrow", overgrow);
-        CfoReadUInt(node, "max_faces", max_faces);
-        CfoReadUInt(node, "max_depth", max_depth);
+        CfoReadString(node, CfoKeyOf(kABTBuilderKeys, "output_file"), output_file);
+        CfoReadVector2(node, CfoKeyOf(kABTBuilderKeys, "weights"), weights);
+        CfoReadFloat(node, CfoKeyOf(kABTBuilderKeys, "overgrow"), overgrow);
+        CfoReadUInt(node, CfoKeyOf(kABTBuilderKeys, "max_faces"), max_faces);
+        CfoReadUInt(node, CfoKeyOf(kABTBuilderKeys, "max_depth"), max_depth);
     }
     std::cout << "output: " << output_file << std::endl;
     std::cout << "overgrow: " << overgrow << std::endl;
@@ -407,7 +427,8 @@ void ABTBuilder(const CfoNode* node) {
 
     ABTTreeBuilder builder;
     WorldLoadingScreen("Inserting objects into ABT...", true);
-    const CfoNode* objects = node ? node->FindChild("Objects") : nullptr;
+    const CfoNode* objects =
+        node ? CfoReadChild(node, CfoKeyOf(kABTBuilderKeys, "Objects")) : nullptr;
     if (objects) {
         for (const CfoNode* row : objects->children) {
             const CfoNode* first = row->FirstChild();

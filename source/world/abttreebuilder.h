@@ -20,6 +20,7 @@
 #include <string>
 #include <vector>
 
+#include "cfo/cfokeys.h"
 #include "math/haxisalignedbox.h"
 #include "math/hplane.h"
 #include "math/hvector2.h"
@@ -40,6 +41,11 @@ struct ABTBuildNode {
     HAxisAlignedBox box;         // null until a leaf grows it
     std::vector<ABTFace> faces;  // leaves only
 };
+
+// The "ABTBuilder" node of a WorldGeometry: what ABTBuilder() reads.
+extern const CfoKeyTable abt_builder_keys;
+// Its "Objects" node.
+extern const CfoKeyTable abt_builder_objects_keys;
 
 class ABTTreeBuilder {
 public:

@@ -5,10 +5,30 @@
 #include "cfo/cfonode.h"
 #include "cfo/cforeaders.h"
 #include "physics/collisionmanager.h"
+#include "physics/physicskeys.h"
 #include "platform/settings.h"
 #include "resources/resourcemanager.h"
 #include "scene/scenemanager.h"
 #include "world/meshloaddata.h"
+
+// clang-format off
+constexpr CfoKey kTransformKeys[] = {
+    {"", CfoKeyType::String, "", "twelve numbers, the transform's four columns of three"},
+};
+constexpr CfoKey kStaticGeometryKeys[] = {
+    {"texture", CfoKeyType::File, "resources/textures/chek.dds", "the mesh's texture", nullptr,
+     "dds,tga"},
+    {"mesh", CfoKeyType::File, "", "the mesh", nullptr, "asm"},
+    {"PhysicsStaticGeometry", CfoKeyType::Table, "", "its solid shape",
+     &physics_static_geometry_keys},
+    {"transf", CfoKeyType::Rows, "", "where the mesh stands", &transform_keys},
+};
+// clang-format on
+
+const CfoKeyTable transform_keys{"transf", "a transform: one row of twelve numbers",
+                                 kTransformKeys};
+const CfoKeyTable StaticGeometry::key_table{"StaticGeometry", "a mesh that stands still",
+                                            kStaticGeometryKeys, &entity_keys};
 
 void StaticGeometry::Load(CfoNode* node, ResourceManager* resources) {
     if (node != nullptr) {
@@ -17,12 +37,15 @@ void StaticGeometry::Load(CfoNode* node, ResourceManager* resources) {
             resources->Load(shader, "cgtest.cg");
             resources->Load(default_texture, "resources/textures/chek.dds");
             std::string file;
-            if (CfoReadString(node, "texture", file)) resources->Load(texture, file);
-            if (CfoReadString(node, "mesh", file)) resources->Load(mesh, file);
+            if (CfoReadString(node, CfoKeyOf(kStaticGeometryKeys, "texture"), file))
+                resources->Load(texture, file);
+            if (CfoReadString(node, CfoKeyOf(kStaticGeometryKeys, "mesh"), file))
+                resources->Load(mesh, file);
         }
         // No child is a null node, which the body accepts and leaves without a hull.
-        physics.Load(node->FindChild("PhysicsStaticGeometry"));
-        if (const CfoNode* transf = node->FindChild("transf")) ReadTransform(transf, transform);
+        physics.Load(CfoReadChild(node, CfoKeyOf(kStaticGeometryKeys, "PhysicsStaticGeometry")));
+        if (const CfoNode* transf = CfoReadChild(node, CfoKeyOf(kStaticGeometryKeys, "transf")))
+            ReadTransform(transf, transform);
     }
     Entity::Load(node, resources);
 }

@@ -23,8 +23,14 @@
 #include "world/abttree.h"
 #include "world/meshasm.h"
 
+// A "transf" node: one row of twelve numbers, the columns of a transform.
+extern const CfoKeyTable transform_keys;
+
 class StaticGeometry : public Entity, public EventListener {
     VELMORA_ENTITY_TYPE("StaticGeometry")
+
+    // The keys Load reads, for the level checker and the level author's guide.
+    static const CfoKeyTable key_table;
 
 public:
     StaticGeometry() = default;

@@ -11,6 +11,7 @@
 #include "cfo/cfonode.h"
 #include "cfo/cforeaders.h"
 #include "physics/collisionmanager.h"
+#include "physics/physicskeys.h"
 #include "platform/glcaps.h"
 #include "platform/draw.h"
 #include "platform/settings.h"
@@ -26,15 +27,30 @@ WorldGeometry::~WorldGeometry() {
     collision_objects.clear();
 }
 
+// clang-format off
+constexpr CfoKey kWorldGeometryKeys[] = {
+    {"ABTBuilder", CfoKeyType::Table, "", "builds the tree file from meshes before loading it",
+     &abt_builder_keys},
+    {"file", CfoKeyType::File, "", "the level's tree (ABT) file", nullptr, "abt"},
+    {"PhysicsStaticGeometry", CfoKeyType::Table, "", "one solid polygon of the level; "
+     "one node each", &physics_static_geometry_keys, "", true},
+};
+// clang-format on
+
+const CfoKeyTable WorldGeometry::key_table{"WorldGeometry",
+                                           "the level's visible geometry and its walls",
+                                           kWorldGeometryKeys, &entity_keys};
+
 void WorldGeometry::Load(CfoNode* node, ResourceManager* resources) {
     if (node != nullptr) {
         // Writes the ABT file first when the level asks for it. A level without the
         // node builds nothing: the step itself would run on its defaults and try to
         // write a file without a name.
-        if (const CfoNode* builder = node->FindChild("ABTBuilder")) ABTBuilder(builder);
+        if (const CfoNode* builder = CfoReadChild(node, CfoKeyOf(kWorldGeometryKeys, "ABTBuilder")))
+            ABTBuilder(builder);
 
         std::string file;
-        if (CfoReadString(node, "file", file)) {
+        if (CfoReadString(node, CfoKeyOf(kWorldGeometryKeys, "file"), file)) {
             WorldLoadingScreen("Loading ABT...", true);
             tree.Load(file);
             tree.BuildVertexBuffers();
@@ -43,7 +59,9 @@ void WorldGeometry::Load(CfoNode* node, ResourceManager* resources) {
 
         WorldLoadingScreen("Loading collision geometry...", true);
         for (CfoNode* child : node->children) {
-            if (child == nullptr || child->name != "PhysicsStaticGeometry") continue;
+            if (child == nullptr ||
+                child->name != CfoKeyOf(kWorldGeometryKeys, "PhysicsStaticGeometry").name)
+                continue;
             auto* object = new PhysicsStaticGeometry();
             collision_objects.push_back(object);
             object->Load(child);

@@ -29,6 +29,9 @@
 class WorldGeometry : public Entity, public EventListener {
     VELMORA_ENTITY_TYPE("WorldGeometry")
 
+    // The keys Load reads, for the level checker and the level author's guide.
+    static const CfoKeyTable key_table;
+
 public:
     // SDL 1.2 key code of F8, the statistics key.
     static constexpr int32_t kStatisticsKey = 289;
