@@ -457,6 +457,8 @@ void CollisionManager::TestPairs(float dt) {
     const size_t count = scratch.size();
     useGrid = plan.fastRays && broadphase && charIndex.size() >= size_t(broadphaseFromCharacters);
     if (useGrid) PrepareBroadphase();
+    rayLists = useGrid;
+    if (rayLists) SettleRayPairs();
     for (size_t i = 0; i < count; i++) {
         while (at.nonRay < nonRayIndex.size() && nonRayIndex[at.nonRay] < i) at.nonRay++;
         while (at.nonStatic < nonStaticIndex.size() && nonStaticIndex[at.nonStatic] < i)
@@ -556,6 +558,15 @@ void CollisionManager::ListedPairsOf(size_t i, const StepEntry& ei, const Partne
 // them is visited: in a tight loop, four at a time. A ray meets bodies only, and those that
 // may pass are visited in list order.
 void CollisionManager::SettledPairsOfRay(const StepEntry& ray, const PartnerCursors& at) {
+    if (rayLists) {
+        // This ray's place in rayIndex is the one before the cursor; its bodies are in order.
+        const size_t q = at.ray - 1;
+        for (uint32_t k = rayBodyStart[q]; k < rayBodyStart[q + 1]; k++) {
+            const uint32_t b = rayBodies[k];
+            if (b >= at.body) VisitPair(ray, scratch[bodyIndex[b]], true);
+        }
+        return;
+    }
     candidates.clear();
     const size_t n = bodyIndex.size();
     const float *cx = bodyCx.data(), *cy = bodyCy.data(), *cr = bodyCr.data();
@@ -585,6 +596,12 @@ void CollisionManager::SettledPairsOfRay(const StepEntry& ray, const PartnerCurs
 // bodies after a character, the characters after a static body.
 void CollisionManager::SettledRaysOfBody(const StepEntry& body, const PartnerCursors& at) {
     candidates.clear();
+    if (rayLists) {
+        const size_t b = at.body - 1;  // this body's place in bodyIndex
+        candidates.assign(bodyRays.begin() + bodyRayStart[b],
+                          bodyRays.begin() + bodyRayStart[b + 1]);
+        return;
+    }
     const size_t n = rayIndex.size();
     const float *ox = rayOx.data(), *oy = rayOy.data(), *dx = rayDx.data(), *dy = rayDy.data();
     const float *ux = rayUx.data(), *uy = rayUy.data(), *strip = rayStrip.data();
@@ -862,6 +879,198 @@ void CollisionManager::GridPairsOfBody(uint32_t index, const StepEntry& body,
         VisitPair(body, entries[ray], true);
     }
     polygonPairsBefore(UINT32_MAX);
+}
+
+// The ray pairs of the whole step, settled before the loop (rays and circles do not move
+// in it). The bodies' circles are put in groups of 16 that lie close together (sorted along
+// a Z-order curve over their centres), each with the box of its centres and its largest
+// grow, and a ray tests the groups first, four at a time, then the circles of the groups it
+// may come near. A circle passes the strip test (NearStrip4) only when its centre lies
+// within grow + strip of the line across and no further than that behind the origin; over a
+// box of centres the distance across is least at least |s| - (hx |uy| + hy |ux|) and the
+// distance along at most a + hx |ux| + hy |uy| (s, a: those of the box's centre), so a
+// group whose box fails this cannot hold a circle that passes. The circles' own test
+// (RayMayPass) then decides, on the same values as without the groups, so each ray's list
+// holds exactly the bodies it held before, put back in list order. Circles that are not
+// finite, and rays without a finite strip, are tested one by one against everything.
+void CollisionManager::SettleRayPairs() {
+    const size_t nb = bodyIndex.size(), nr = rayIndex.size();
+    CircleGroups& g = groups;
+    g.wide.clear();
+    g.order.clear();
+    double minX = 0.0, minY = 0.0, maxX = 0.0, maxY = 0.0;
+    for (size_t b = 0; b < nb; b++) {
+        if (!std::isfinite(bodyGrow[b])) {
+            g.wide.push_back(uint32_t(b));
+            continue;
+        }
+        const double x = bodyCx[b], y = bodyCy[b];
+        const bool first = g.order.empty();
+        minX = first ? x : std::min(minX, x);
+        maxX = first ? x : std::max(maxX, x);
+        minY = first ? y : std::min(minY, y);
+        maxY = first ? y : std::max(maxY, y);
+        g.order.push_back(uint32_t(b));
+    }
+    const size_t m = g.order.size();
+    // Z-order keys of 16 bits over the centres' bounds, sorted in two passes of 8 bits.
+    const double sx = maxX > minX ? 255.999 / (maxX - minX) : 0.0;
+    const double sy = maxY > minY ? 255.999 / (maxY - minY) : 0.0;
+    g.key.resize(nb);
+    for (uint32_t b : g.order) {
+        uint32_t cx = uint32_t((double(bodyCx[b]) - minX) * sx);
+        uint32_t cy = uint32_t((double(bodyCy[b]) - minY) * sy);
+        cx = std::min(cx, 255u);
+        cy = std::min(cy, 255u);
+        uint32_t key = 0;
+        for (int bit = 0; bit < 8; bit++)
+            key |= (((cx >> bit) & 1u) << (2 * bit)) | (((cy >> bit) & 1u) << (2 * bit + 1));
+        g.key[b] = key;
+    }
+    g.sorted.resize(m);
+    for (int pass = 0; pass < 2; pass++) {
+        uint32_t count[257] = {};
+        const int shift = 8 * pass;
+        for (uint32_t b : g.order) count[((g.key[b] >> shift) & 255u) + 1]++;
+        for (int k = 1; k < 257; k++) count[k] += count[k - 1];
+        for (uint32_t b : g.order) g.sorted[count[(g.key[b] >> shift) & 255u]++] = b;
+        g.order.swap(g.sorted);
+    }
+    // The groups, their circles padded to a multiple of 4 with circles that never pass.
+    const size_t groupCount = (m + kGroupSize - 1) / kGroupSize;
+    const size_t padded = (groupCount + 3) / 4 * 4;
+    for (std::vector<float>* v : {&g.bx, &g.by, &g.hx, &g.hy, &g.gg}) v->assign(padded, 0.0f);
+    std::fill(g.gg.begin() + long(groupCount), g.gg.end(), -INFINITY);
+    const size_t slots = groupCount * kGroupSize;
+    for (std::vector<float>* v : {&g.cx, &g.cy, &g.cr}) v->assign(slots, 0.0f);
+    g.g.assign(slots, -INFINITY);
+    g.body.assign(slots, UINT32_MAX);
+    for (size_t k = 0; k < groupCount; k++) {
+        float lx = INFINITY, ly = INFINITY, hx = -INFINITY, hy = -INFINITY, most = 0.0f;
+        for (size_t s = k * kGroupSize; s < std::min(m, (k + 1) * kGroupSize); s++) {
+            const uint32_t b = g.order[s];
+            g.cx[s] = bodyCx[b];
+            g.cy[s] = bodyCy[b];
+            g.cr[s] = bodyCr[b];
+            g.g[s] = bodyGrow[b];
+            g.body[s] = b;
+            lx = std::min(lx, bodyCx[b]);
+            hx = std::max(hx, bodyCx[b]);
+            ly = std::min(ly, bodyCy[b]);
+            hy = std::max(hy, bodyCy[b]);
+            most = std::max(most, bodyGrow[b]);
+        }
+        g.bx[k] = 0.5f * lx + 0.5f * hx;
+        g.by[k] = 0.5f * ly + 0.5f * hy;
+        // Half sizes that reach both edges despite the rounding of the centre.
+        g.hx[k] = std::max(hx - g.bx[k], g.bx[k] - lx) * 1.0001f;
+        g.hy[k] = std::max(hy - g.by[k], g.by[k] - ly) * 1.0001f;
+        g.gg[k] = most;
+    }
+
+    groupNear.resize(padded);
+    slotNear.resize(slots);
+    rayFound.reserve(nb);
+    rayBodyStart.assign(nr + 1, 0);
+    rayBodies.clear();
+    bodyRayStart.assign(nb + 1, 0);
+    for (size_t q = 0; q < nr; q++) {
+        CirclesNearRay(q);
+        rayBodies.insert(rayBodies.end(), rayFound.begin(), rayFound.end());
+        rayBodyStart[q + 1] = uint32_t(rayBodies.size());
+        for (uint32_t b : rayFound)
+            if (bodyIndex[b] < rayIndex[q]) bodyRayStart[b + 1]++;
+    }
+    for (size_t b = 1; b <= nb; b++) bodyRayStart[b] += bodyRayStart[b - 1];
+    bodyRays.resize(bodyRayStart[nb]);
+    std::vector<uint32_t>& fill = g.sorted;
+    fill.assign(bodyRayStart.begin(), bodyRayStart.end() - 1);
+    for (size_t q = 0; q < nr; q++) {
+        for (uint32_t k = rayBodyStart[q]; k < rayBodyStart[q + 1]; k++) {
+            const uint32_t b = rayBodies[k];
+            if (bodyIndex[b] < rayIndex[q]) bodyRays[fill[b]++] = rayIndex[q];
+        }
+    }
+}
+
+// The bodies (places in bodyIndex) whose circles ray q may pass, in order, into rayFound.
+void CollisionManager::CirclesNearRay(size_t q) {
+    rayFound.clear();
+    const StepEntry& ray = scratch[rayIndex[q]];
+    const CircleGroups& g = groups;
+    auto exact = [&](float cx, float cy, float cr) {
+        return RayMayPass(cx, cy, cr, ray.cx, ray.cy, ray.dx, ray.dy);
+    };
+    if (!(ray.strip < INFINITY)) {
+        for (size_t b = 0; b < bodyIndex.size(); b++)
+            if (exact(bodyCx[b], bodyCy[b], bodyCr[b])) rayFound.push_back(uint32_t(b));
+        return;
+    }
+    for (uint32_t b : g.wide)
+        if (exact(bodyCx[b], bodyCy[b], bodyCr[b])) rayFound.push_back(b);
+    const __m128 OX = _mm_set1_ps(ray.cx), OY = _mm_set1_ps(ray.cy);
+    const __m128 UX = _mm_set1_ps(ray.ux), UY = _mm_set1_ps(ray.uy);
+    const __m128 S = _mm_set1_ps(ray.strip);
+    const __m128 absMask = _mm_castsi128_ps(_mm_set1_epi32(0x7fffffff));
+    const __m128 AUX = _mm_and_ps(UX, absMask), AUY = _mm_and_ps(UY, absMask);
+    // Room for the rounding of the group test against the strip test's own: far above both.
+    const __m128 ROOM = _mm_set1_ps(1e-4f * (1.0f + std::fabs(ray.cx) + std::fabs(ray.cy)));
+    const float *cx = g.cx.data(), *cy = g.cy.data(), *cr = g.cr.data(), *gr = g.g.data();
+    uint32_t* near = groupNear.data();
+    uint32_t* slots = slotNear.data();
+    size_t n = 0;
+    for (size_t k = 0; k < g.bx.size(); k += 4) {
+        const __m128 kx = _mm_sub_ps(_mm_loadu_ps(g.bx.data() + k), OX);
+        const __m128 ky = _mm_sub_ps(_mm_loadu_ps(g.by.data() + k), OY);
+        const __m128 hx = _mm_loadu_ps(g.hx.data() + k), hy = _mm_loadu_ps(g.hy.data() + k);
+        const __m128 absK = _mm_add_ps(_mm_and_ps(kx, absMask), _mm_and_ps(ky, absMask));
+        const __m128 reach = _mm_add_ps(
+            _mm_add_ps(_mm_loadu_ps(g.gg.data() + k), S),
+            _mm_add_ps(ROOM, _mm_mul_ps(_mm_set1_ps(1e-4f), _mm_add_ps(absK, _mm_add_ps(hx, hy)))));
+        const __m128 side = _mm_and_ps(_mm_sub_ps(_mm_mul_ps(ky, UX), _mm_mul_ps(kx, UY)), absMask);
+        const __m128 across = _mm_add_ps(_mm_mul_ps(hx, AUY), _mm_mul_ps(hy, AUX));
+        const __m128 along = _mm_add_ps(_mm_add_ps(_mm_mul_ps(kx, UX), _mm_mul_ps(ky, UY)),
+                                        _mm_add_ps(_mm_mul_ps(hx, AUX), _mm_mul_ps(hy, AUY)));
+        // A group is passed over only when it is clearly wide of the line or behind it.
+        const __m128 wide = _mm_cmpgt_ps(_mm_sub_ps(side, across), reach);
+        const __m128 behind = _mm_cmplt_ps(along, _mm_sub_ps(_mm_setzero_ps(), reach));
+        const int bits = _mm_movemask_ps(_mm_or_ps(wide, behind)) ^ 15;
+        // The groups that stay, and then their circles, are listed without a branch per
+        // lane: the hits are too scattered for the branch predictor.
+        for (int lane = 0; lane < 4; lane++) {
+            near[n] = uint32_t(k) + uint32_t(lane);
+            n += size_t((bits >> lane) & 1);
+        }
+    }
+    size_t loose = 0;
+    for (size_t i = 0; i < n; i++) {
+        const size_t first = size_t(near[i]) * kGroupSize;
+        for (size_t c = first; c < first + kGroupSize; c += 4) {
+            const int hit =
+                NearStrip4(_mm_sub_ps(_mm_loadu_ps(cx + c), OX),
+                           _mm_sub_ps(_mm_loadu_ps(cy + c), OY), _mm_loadu_ps(gr + c), UX, UY, S);
+            for (int lane = 0; lane < 4; lane++) {
+                slots[loose] = uint32_t(c) + uint32_t(lane);
+                loose += size_t((hit >> lane) & 1);
+            }
+        }
+    }
+    // Padding slots never pass the strip test (their grow is minus infinity).
+    size_t found = rayFound.size();
+    rayFound.resize(found + loose);
+    for (size_t i = 0; i < loose; i++) {
+        const uint32_t j = slots[i];
+        rayFound[found] = g.body[j];
+        found += size_t(exact(cx[j], cy[j], cr[j]));
+    }
+    rayFound.resize(found);
+    // Few: an insertion sort.
+    for (size_t i = 1; i < rayFound.size(); i++) {
+        const uint32_t v = rayFound[i];
+        size_t j = i;
+        for (; j > 0 && rayFound[j - 1] > v; j--) rayFound[j] = rayFound[j - 1];
+        rayFound[j] = v;
+    }
 }
 
 // Modes 1 and 3 keep only the nearest hit of the step, known once every pair has been

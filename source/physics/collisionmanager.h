@@ -148,8 +148,10 @@ public:
     // stay those of the loop without it. Separations move bodies during the loop: the searches
     // widen by the furthest any body has moved since the grid was built, the grid is built
     // again when that passes half a cell, and a body that is moved searches again from where
-    // it now stands. Rays, which reach to infinity, are not in it: their pairs are settled
-    // as without it. Off, every partner after a body is compared.
+    // it now stands. Rays, which reach to infinity, are not in it: with it on, the ray pairs
+    // of the step are settled before the loop from groups of circles that lie close together
+    // (SettleRayPairs), the same pairs as without it. Off, every partner after a body is
+    // compared.
     bool broadphase = true;
     // Fewer characters than this and the grids would cost more than they save: the step
     // compares every partner as without them.
@@ -238,6 +240,8 @@ private:
     void PrepareBroadphase();
     void BuildBodyGrid();
     void QueryPolygonPartners(const StepEntry& body, uint32_t after);
+    void SettleRayPairs();
+    void CirclesNearRay(size_t q);
     void GridPairsOfBody(uint32_t index, const StepEntry& body, const PartnerCursors& at);
     void NewStamp();
 
@@ -281,6 +285,25 @@ private:
     std::vector<uint32_t> polyCand;
     std::vector<uint32_t> stamp;  // by entry index
     uint32_t stampNow = 0;
+
+    // With the grid on, the ray pairs that may pass the circle test are settled for the whole
+    // step before the loop, from groups of circles that lie close together (see
+    // SettleRayPairs). Per ray (by its place in rayIndex): the bodies it may meet, by their
+    // place in bodyIndex, in order; per body: the rays after it in list order that may meet
+    // it, by list index.
+    static constexpr size_t kGroupSize = 8;
+    struct CircleGroups {
+        std::vector<float> bx, by, hx, hy, gg;  // per group: box of centres, largest grow
+        std::vector<float> cx, cy, cr, g;       // per slot, kGroupSize slots a group
+        std::vector<uint32_t> body;             // per slot: place in bodyIndex, or none
+        std::vector<uint32_t> wide;             // circles that are not finite
+        std::vector<uint32_t> order, sorted, key;
+    };
+    bool rayLists = false;
+    CircleGroups groups;
+    std::vector<uint32_t> rayBodyStart, rayBodies;  // per ray: places in bodyIndex
+    std::vector<uint32_t> bodyRayStart, bodyRays;   // per body: list indices of rays
+    std::vector<uint32_t> rayFound, groupNear, slotNear;
 };
 
 #include <cstdio>

@@ -851,6 +851,76 @@ TEST(PhysicsManager, BroadphaseSearchesAgainForABodyPushedOnwards) {
     EXPECT_NEAR(on.c.body.position.x, 143.59f, 0.01f);
 }
 
+namespace {
+
+// A lattice of round characters (32-sided hulls, so that a ray that passes a bounding
+// circle nearly always meets the hull too) and rays that graze the circles: each is aimed
+// to pass one circle at its radius, a hair inside or outside, from near by or from far off,
+// ahead of its origin or just behind it. The ray pairs are settled from groups of circles
+// with the grid on: every event must still be the one that all pairs give.
+void AddGrazingRays(BigWorld& w, unsigned seed) {
+    std::mt19937 rng(seed);
+    std::uniform_real_distribution<float> unit(0.0f, 1.0f);
+    std::vector<PhysicsCharacter*> round;
+    for (int i = 0; i < 144; i++) {
+        auto c = std::make_unique<PhysicsCharacter>();
+        const HVector2 at(60.0f * float(i % 12) - 330.0f, 60.0f * float(i / 12) - 330.0f);
+        c->body.MakeCircle(1.0f, 32);
+        c->ScaleHull(20.0f + 10.0f * unit(rng));
+        c->body.position = at;
+        c->Prepare();
+        c->boundingCircle.centre = at;
+        w.entities.push_back(std::make_unique<Entity>());
+        c->SetEntity(w.entities.back().get());
+        round.push_back(c.get());
+        w.objects.push_back(std::move(c));
+    }
+    const float distances[] = {0.0f, 30.0f, 900.0f, 25000.0f};
+    const float hairs[] = {-1e-4f, -1e-6f, 0.0f, 1e-6f, 1e-4f};
+    for (int k = 0; k < 400; k++) {
+        const PhysicsCharacter* target = round[rng() % round.size()];
+        const float a = unit(rng) * 6.2831853f;
+        const HVector2 d(std::cos(a), std::sin(a));
+        const HVector2 across(-d.y, d.x);
+        const float r = target->boundingCircle.radius * (1.0f + hairs[rng() % 5]);
+        const float back = distances[rng() % 4];
+        HVector2 origin = target->boundingCircle.centre - d * back + across * (k % 2 ? r : -r);
+        // Every fifth ray starts just past the circle, which lies behind it.
+        if (k % 5 == 0) origin = target->boundingCircle.centre + d * r;
+        auto ray = std::make_unique<PhysicsRayCast>();
+        ray->SetOrigin(origin);
+        ray->SetDirection(d * (k % 3 == 0 ? 0.01f : k % 3 == 1 ? 1.0f : 300.0f));
+        ray->SetCollisionMode(0, HVector2(0.0f, 0.0f));
+        w.entities.push_back(std::make_unique<Entity>());
+        ray->SetEntity(w.entities.back().get());
+        w.objects.push_back(std::move(ray));
+    }
+    std::shuffle(w.objects.begin(), w.objects.end(), rng);
+    for (auto& o : w.objects) {
+        w.index[o.get()] = int(w.order.size());
+        w.m.AddObject(o.get());
+        w.order.push_back(o.get());
+    }
+}
+
+}  // namespace
+
+TEST(PhysicsManager, RayPairsFromGroupsKeepRaysThatGrazeCircles) {
+    for (unsigned seed = 51; seed <= 54; seed++) {
+        BigWorld all(seed, Shape{0, 0, 1.0f, 0.0f}), grid(seed, Shape{0, 0, 1.0f, 0.0f});
+        AddGrazingRays(all, seed);
+        AddGrazingRays(grid, seed);
+        all.m.pairPreTest = false;
+        grid.m.broadphaseFromCharacters = 0;
+        std::vector<Recorded> a, c;
+        all.Run(a, 2);
+        grid.Run(c, 2);
+        ASSERT_GT(a.size(), 600u) << seed;
+        ASSERT_EQ(a.size(), c.size()) << seed;
+        for (size_t i = 0; i < a.size(); i++) ASSERT_TRUE(a[i] == c[i]) << seed << " event " << i;
+    }
+}
+
 TEST(PhysicsManager, BroadphaseKeepsBodiesThatAreNotFinite) {
     // A character at NaN is never apart from anything by the box comparison, and a wall at
     // infinity always is: the grid hands both to every search, so that each meets what it
