@@ -24,13 +24,11 @@ void EventListener::PostTo(BaseEvent* event, Entity* target, float delay) {
 }
 
 EventManager::EventManager()
-    : current(new std::list<BaseEvent*>()),
-      next(new std::list<BaseEvent*>()),
-      delayed(new std::list<BaseEvent*>()) {}
+    : current(new EventQueue()), next(new EventQueue()), delayed(new EventQueue()) {}
 
 EventManager::~EventManager() {
     for (EventHandler* handler : handlers) delete handler;
-    for (std::list<BaseEvent*>* queue : {current, next, delayed}) {
+    for (EventQueue* queue : {current, next, delayed}) {
         for (BaseEvent* event : *queue) delete event;
         delete queue;
     }

@@ -22,6 +22,7 @@
 #include <vector>
 
 #include "events/baseevent.h"
+#include "events/eventpool.h"
 
 class EventManager;
 
@@ -92,6 +93,9 @@ public:
 
 class EventManager {
 public:
+    // A queue of events; its nodes come from EventPool.
+    using EventQueue = std::list<BaseEvent*, EventPoolAllocator<BaseEvent*>>;
+
     EventManager();
     virtual ~EventManager();
 
@@ -140,9 +144,9 @@ public:
 
     std::vector<EventHandler*> handlers;  // owned, registration order
     float time = 0.0f;                    // time of the last Update
-    std::list<BaseEvent*>* current;       // owned: the round in progress
-    std::list<BaseEvent*>* next;          // owned: the next round
-    std::list<BaseEvent*>* delayed;       // owned: waiting for fire_time
+    EventQueue* current;                  // owned: the round in progress
+    EventQueue* next;                     // owned: the next round
+    EventQueue* delayed;                  // owned: waiting for fire_time
 
 private:
     // The events of one type in the round: `count` entries of round_events from `begin`.

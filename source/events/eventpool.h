@@ -12,6 +12,7 @@
 // gives any more back to the heap; a thread's lists are freed when it ends.
 
 #include <cstddef>
+#include <new>
 
 class EventPool {
 public:
@@ -35,3 +36,22 @@ public:
 public:                                                                      \
     static void* operator new(size_t size) { return EventPool::Take(size); } \
     static void operator delete(void* block, size_t size) { EventPool::Give(block, size); }
+
+// An allocator on EventPool, for the manager's queues: their list nodes come and go with
+// the events they hold.
+template <class T>
+struct EventPoolAllocator {
+    using value_type = T;
+    EventPoolAllocator() = default;
+    template <class U>
+    EventPoolAllocator(const EventPoolAllocator<U>&) {}
+    T* allocate(size_t n) {
+        if (n > size_t(-1) / sizeof(T)) throw std::bad_array_new_length();
+        return static_cast<T*>(EventPool::Take(n * sizeof(T)));
+    }
+    void deallocate(T* block, size_t n) { EventPool::Give(block, n * sizeof(T)); }
+    template <class U>
+    bool operator==(const EventPoolAllocator<U>&) const {
+        return true;
+    }
+};

@@ -124,7 +124,7 @@ void CollisionManager::RemoveObject(PhysicsObject* obj) {
 // receivers ignore.
 void CollisionManager::ForgetQueuedContacts(const PhysicsObject* obj) {
     if (eventManager == nullptr || obj == nullptr) return;
-    for (std::list<BaseEvent*>* list :
+    for (EventManager::EventQueue* list :
          {eventManager->next, eventManager->delayed, eventManager->current}) {
         if (list == nullptr) continue;
         for (BaseEvent* event : *list) {

@@ -150,3 +150,31 @@ TEST(EventPool, TypedCollisionEventsArePooledToo) {
     delete again;
     EventPool::Release();
 }
+
+TEST(EventPool, TheQueuesNodesComeFromThePool) {
+    EventPool::Release();
+    EventManager events;
+    // A list node holds two links and the event pointer: 24 bytes, the class of 17 to 32.
+    const size_t node = 3 * sizeof(void*);
+    for (int i = 0; i < 4; i++) events.Post(new HurtEvent());
+    EXPECT_EQ(EventPool::Kept(node), 0u);
+    events.Update(1.0f);  // the round moves from `next` to `current`: the nodes stay
+    EXPECT_EQ(EventPool::Kept(node), 0u);
+    events.Update(2.0f);  // delivered to nobody and freed, nodes and all
+    EXPECT_EQ(EventPool::Kept(node), 4u);
+    events.Post(new HurtEvent());
+    EXPECT_EQ(EventPool::Kept(node), 3u);
+    EventPool::Release();
+}
+
+TEST(EventPool, TheAllocatorRefusesCountsThatOverflow) {
+    EventPoolAllocator<double> allocator;
+    EXPECT_THROW(allocator.allocate(size_t(-1) / 4), std::bad_array_new_length);
+    double* two = allocator.allocate(2);
+    two[0] = 1.0;
+    two[1] = 2.0;
+    allocator.deallocate(two, 2);
+    EXPECT_EQ(EventPool::Kept(16), 1u);
+    EXPECT_TRUE(allocator == EventPoolAllocator<int>());
+    EventPool::Release();
+}
