@@ -3,7 +3,9 @@
 //      the same 6- and 8-sided polygons, overlapping and apart;
 //  (2) a whole step: CollisionManager::Step with N characters among 100 static walls and
 //      two rays each, against b2World::Step (zero gravity) with the same bodies plus the
-//      same rays cast through b2World::RayCast.
+//      same rays cast through b2World::RayCast; and the same at a constant density (the
+//      square's area and the walls grow with the characters), with the characters put back
+//      where they started every 16 steps so that each step does the same work.
 // After the run a line per case gives our time over Box2D's ("ratio ..."); the step also
 // counts the contact events it posts per step, which grow with the square of the number
 // of characters (every ray meets every body along its unbounded line).
@@ -104,12 +106,17 @@ struct Layout {
     };
     std::vector<Wall> walls;
     std::vector<Character> characters;
-    explicit Layout(int n) {
+    // Fixed: 100 walls in a square of side 2000 whatever the characters. Dense: one wall for
+    // two characters in a square whose area grows with them (side 2000 at 200 characters),
+    // so that the crowd's density stays that of 200 characters.
+    Layout(int n, bool dense) {
         std::mt19937 rng(4242);
-        std::uniform_real_distribution<float> place(-1000.0f, 1000.0f);
+        const float half = dense ? 1000.0f * std::sqrt(float(n) / 200.0f) : 1000.0f;
+        const int wallCount = dense ? n / 2 : 100;
+        std::uniform_real_distribution<float> place(-half, half);
         std::uniform_real_distribution<float> size(10.0f, 60.0f);
         std::uniform_real_distribution<float> angle(0.0f, 360.0f);
-        for (int i = 0; i < 100; i++)
+        for (int i = 0; i < wallCount; i++)
             walls.push_back({HVector2(place(rng), place(rng)), size(rng), size(rng)});
         for (int i = 0; i < n; i++)
             characters.push_back({HVector2(place(rng), place(rng)), angle(rng)});
@@ -124,9 +131,12 @@ HVector2 RayDirection(float degrees, int k) {
     return HVector2(std::cos(a), std::sin(a));
 }
 
-void BM_StepVelmora(benchmark::State& state) {
+// Fixed layout: the characters walk on for as long as the case runs, spreading out. Dense:
+// every 16 steps, outside the timing, they are put back where they started, so that every
+// step of the case does the same work.
+void StepVelmora(benchmark::State& state, bool dense) {
     const int n = int(state.range(0));
-    Layout layout(n);
+    Layout layout(n, dense);
     EventManager events;
     CollisionManager m;
     m.SetEventManager(&events);
@@ -181,14 +191,32 @@ void BM_StepVelmora(benchmark::State& state) {
             posted += double(events.NextCount());
             events.Update(time);
             events.Update(time);
+            if (dense) {
+                for (size_t i = 0; i < characters.size(); i++) {
+                    PhysicsBody& body = characters[i]->body;
+                    body.position = layout.characters[i].at;
+                    body.orientation = layout.characters[i].heading;
+                    body.velocity = HVector2(0.0f, 0.0f);
+                    characters[i]->boundingCircle.centre = layout.characters[i].at;
+                }
+            }
             state.ResumeTiming();
         }
     }
-    if (round >= 16) state.counters["events"] = posted / double(round - round % 16);
+    if (round >= 16) {
+        const double perStep = posted / double(round - round % 16);
+        state.counters["events"] = perStep;
+    }
+    // Dropped first, so that each removal has no queue to clear of its contacts.
+    events.Update(time);
+    events.Update(time);
     for (auto& r : rays) m.RemoveObject(r.get());
     for (auto& c : characters) m.RemoveObject(c.get());
     for (auto& w : walls) m.RemoveObject(w.get());
 }
+
+void BM_StepVelmora(benchmark::State& state) { StepVelmora(state, false); }
+void BM_DenseStepVelmora(benchmark::State& state) { StepVelmora(state, true); }
 BENCHMARK(BM_StepVelmora)
     ->Arg(10)
     ->Arg(50)
@@ -209,9 +237,9 @@ public:
     b2Vec2 where;
 };
 
-void BM_StepBox2D(benchmark::State& state) {
+void StepBox2D(benchmark::State& state, bool dense) {
     const int n = int(state.range(0));
-    Layout layout(n);
+    Layout layout(n, dense);
     b2World world(b2Vec2(0.0f, 0.0f));
     for (auto& w : layout.walls) {
         b2BodyDef def;
@@ -252,6 +280,8 @@ void BM_StepBox2D(benchmark::State& state) {
         headings.push_back(c.heading);
     }
     ClosestHit cb;
+    int round = 0;
+    double touching = 0.0, hits = 0.0;
     for (auto _ : state) {
         for (size_t i = 0; i < bodies.size(); i++) {
             float a = bodies[i]->GetAngle();
@@ -266,12 +296,49 @@ void BM_StepBox2D(benchmark::State& state) {
                 cb.hit = nullptr;
                 world.RayCast(&cb, p, p + 1000.0f * b2Vec2(d.x, d.y));
                 benchmark::DoNotOptimize(cb.hit);
+                hits += cb.hit != nullptr ? 1.0 : 0.0;
             }
         }
+        if (++round % 16 == 0) {
+            // Counts the touching contacts of this step, as ours counts its events.
+            state.PauseTiming();
+            for (b2Contact* c = world.GetContactList(); c; c = c->GetNext())
+                touching += c->IsTouching() ? 16.0 : 0.0;
+            if (dense) {
+                for (size_t i = 0; i < bodies.size(); i++) {
+                    const Layout::Character& c = layout.characters[i];
+                    bodies[i]->SetTransform(b2Vec2(c.at.x, c.at.y),
+                                            c.heading * 3.14159265f / 180.0f);
+                    bodies[i]->SetLinearVelocity(b2Vec2(0.0f, 0.0f));
+                }
+            }
+            state.ResumeTiming();
+        }
+    }
+    if (round >= 16) {
+        const double contacts = touching / double(round - round % 16);
+        const double rayHits = hits / double(round);
+        state.counters["touching"] = contacts;
+        state.counters["ray_hits"] = rayHits;
     }
 }
+
+void BM_StepBox2D(benchmark::State& state) { StepBox2D(state, false); }
+void BM_DenseStepBox2D(benchmark::State& state) { StepBox2D(state, true); }
 BENCHMARK(BM_StepBox2D)
     ->Arg(10)
+    ->Arg(50)
+    ->Arg(200)
+    ->Arg(500)
+    ->ArgName("characters")
+    ->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_DenseStepVelmora)
+    ->Arg(50)
+    ->Arg(200)
+    ->Arg(500)
+    ->ArgName("characters")
+    ->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_DenseStepBox2D)
     ->Arg(50)
     ->Arg(200)
     ->Arg(500)
@@ -291,15 +358,32 @@ public:
             if (r.error_occurred) continue;
             const std::string name = r.run_name.str();
             if (seen.insert(name).second) order.push_back(name);
+            // The work of a step: our events, or Box2D's touching contacts and ray hits.
+            double work = 0.0;
+            for (const char* counter : {"events", "touching", "ray_hits"}) {
+                auto c = r.counters.find(counter);
+                if (c != r.counters.end()) work += c->second.value;
+            }
             if (r.run_type == Run::RT_Aggregate) {
-                if (r.aggregate_name == "median") medians[name] = r.GetAdjustedCPUTime();
+                if (r.aggregate_name == "median") {
+                    medians[name] = r.GetAdjustedCPUTime();
+                    if (work > 0.0) workMedians[name] = work;
+                }
                 continue;
             }
             singles[name] = r.GetAdjustedCPUTime();
+            if (work > 0.0) workSingles[name] = work;
         }
     }
     void Finalize() override {
         ConsoleReporter::Finalize();
+        auto work = [&](const std::string& name, double& out) {
+            auto m = workMedians.find(name);
+            if (m != workMedians.end()) return out = m->second, true;
+            auto s = workSingles.find(name);
+            if (s != workSingles.end()) return out = s->second, true;
+            return false;
+        };
         auto value = [&](const std::string& name, double& out) {
             auto m = medians.find(name);
             if (m != medians.end()) return out = m->second, true;
@@ -317,10 +401,33 @@ public:
             printf("ratio %-36s %s / Box2D = %.2f (%s CPU time)\n", ours.c_str(), "Velmora", a / b,
                    medians.count(ours) ? "median" : "one run's");
         }
+        // Per unit of work (events for us; touching contacts plus ray hits for Box2D), and
+        // how time and work grow from the fewest characters of a case to the most.
+        std::map<std::string, std::pair<std::string, std::string>> range;  // family: ends
+        for (const std::string& name : order) {
+            double t = 0.0, w = 0.0;
+            if (!value(name, t) || !work(name, w)) continue;
+            printf("work  %-36s %.0f per step, %.0f ns each\n", name.c_str(), w, t * 1e3 / w);
+            const std::string family = name.substr(0, name.find('/'));
+            auto it = range.find(family);
+            if (it == range.end())
+                range[family] = {name, name};
+            else
+                it->second.second = name;
+        }
+        for (const auto& [family, ends] : range) {
+            double t0 = 0.0, t1 = 0.0, w0 = 0.0, w1 = 0.0;
+            if (ends.first == ends.second || !value(ends.first, t0) || !value(ends.second, t1) ||
+                !work(ends.first, w0) || !work(ends.second, w1) || !(t0 > 0.0) || !(w0 > 0.0))
+                continue;
+            printf("growth %s %s -> %s: time x%.1f, work x%.1f\n", family.c_str(),
+                   ends.first.substr(family.size() + 1).c_str(),
+                   ends.second.substr(family.size() + 1).c_str(), t1 / t0, w1 / w0);
+        }
     }
 
 private:
-    std::map<std::string, double> medians, singles;
+    std::map<std::string, double> medians, singles, workMedians, workSingles;
     std::set<std::string> seen;
     std::vector<std::string> order;
 };
