@@ -15,14 +15,12 @@
 #include "game/doors.h"
 #include "game/trigger.h"
 #include "game/walkpath.h"
-#include "gui/guicursor.h"
 #include "physics/physics.h"
 #include "physics/physicskeys.h"
 #include "platform/windowkeys.h"
 #include "resources/resource.h"
 #include "scene/scenemanager.h"
 #include "scene/scenemanagerkeys.h"
-#include "world/abttreebuilder.h"
 #include "world/worldgeometry.h"
 
 namespace {
@@ -111,17 +109,33 @@ std::string Join(const std::string& path, const std::string& segment) {
     return path + "/" + segment;
 }
 
-// The path of `child` below its parent's `path`.
-std::string Below(const std::string& path, const CfoNode* child) {
-    if (child->parent == nullptr) return Join(path, child->GetName());
-    return Join(path, Segment(child->parent, child));
+// The segments of all of `parent`'s children at once, in their order (wide nodes make
+// one pass, not one a child).
+std::vector<std::string> Segments(const CfoNode* parent) {
+    std::map<std::string, int> count;
+    for (const CfoNode* child : parent->children)
+        if (child != nullptr) ++count[child->GetName()];
+    std::map<std::string, int> place;
+    std::vector<std::string> out;
+    out.reserve(parent->children.size());
+    for (const CfoNode* child : parent->children) {
+        if (child == nullptr) {
+            out.emplace_back();
+            continue;
+        }
+        const std::string name = child->GetName();
+        const int k = ++place[name];
+        out.push_back(name.empty() || count[name] > 1 ? name + "[" + std::to_string(k) + "]"
+                                                      : name);
+    }
+    return out;
 }
 
 // A document's top node is known by its entity name when it has one.
-std::string TopSegment(const CfoNode* root, const CfoNode* child) {
+std::string TopSegment(const CfoNode* child, const std::string& segment) {
     const std::string name = Value(child, "name");
     if (!name.empty() && !child->children.empty()) return name;
-    return Segment(root, child);
+    return segment;
 }
 
 std::string Extension(const std::string& file) {
@@ -167,6 +181,7 @@ struct LevelCheck::Tree {
     std::set<std::string> triggers;
     std::vector<Door> doors;
     std::set<std::string> built;  // files an ABTBuilder writes before they are read
+    int32_t depth = 0;            // class nodes open, as LoadTree counts them
 };
 
 LevelCheck::LevelCheck() : manager(new SceneManager()) {
@@ -247,9 +262,11 @@ void LevelCheck::CheckFile(const std::string& path, Tree& tree, std::vector<std:
     const bool configuration = stack.size() == 1 && document.FindChild("SceneManager") != nullptr;
     if (configuration) {
         // The program reads the "Window" and "SceneManager" nodes, nothing else.
-        for (const CfoNode* child : document.children) {
+        const std::vector<std::string> segments = Segments(&document);
+        for (size_t i = 0; i < document.children.size(); ++i) {
+            const CfoNode* child = document.children[i];
             if (child == nullptr) continue;
-            const std::string segment = Segment(&document, child);
+            const std::string& segment = segments[i];
             if (child->name == "Window")
                 CheckTable(child, &window_keys, segment, tree);
             else if (child->name == "SceneManager")
@@ -270,7 +287,7 @@ void LevelCheck::CheckFile(const std::string& path, Tree& tree, std::vector<std:
                 game_scene = true;
         }
         if (scene != nullptr && !game_scene)
-            Add(tree, TopSegment(&document, scene), true,
+            Add(tree, TopSegment(scene, Segment(&document, scene)), true,
                 "no entity is named 'game_scene': the game takes the level by that name");
     }
     stack.pop_back();
@@ -304,23 +321,42 @@ void LevelCheck::CheckClass(const CfoNode* node, const CfoKeyTable* table, const
 void LevelCheck::CheckLevel(const CfoNode* node, const CfoKeyTable* table, const std::string& path,
                             Tree& tree, std::vector<std::string>& stack) {
     std::set<std::string> seen;
-    for (const CfoNode* child : node->children) {
+    const std::vector<std::string> segments = Segments(node);
+    for (size_t i = 0; i < node->children.size(); ++i) {
+        const CfoNode* child = node->children[i];
         if (child == nullptr) continue;
         const std::string name = child->GetName();
         const std::string segment =
-            path.empty() ? TopSegment(node, child) : Join(path, Segment(node, child));
+            path.empty() ? TopSegment(child, segments[i]) : Join(path, segments[i]);
         if (const CfoKeyTable* keys = ClassKeys(name)) {
+            // LoadTree skips a class node nested too deep, and all below it.
+            if (tree.depth >= SceneManager::kMaxTreeDepth) {
+                Add(tree, segment, true,
+                    "class nodes nested deeper than " +
+                        std::to_string(SceneManager::kMaxTreeDepth) +
+                        " levels; the game skips this one");
+                continue;
+            }
+            ++tree.depth;
             CheckClass(child, keys, segment, tree, stack);
+            --tree.depth;
         } else if (name == "require") {
             const std::string file = child->GetValue();
             static const CfoKey require_key{"require", CfoKeyType::File, "", "", nullptr, "cfo"};
-            CheckValue(child, require_key, path, tree);
+            CheckValue(child, require_key, path, segment, tree);
+            // The game's list of open includes holds the required documents, not the first.
+            const int32_t includes = static_cast<int32_t>(stack.size()) - 1;
             if (std::find(stack.begin(), stack.end(), file) != stack.end()) {
                 std::string cycle;
                 for (auto it = std::find(stack.begin(), stack.end(), file); it != stack.end(); ++it)
                     cycle += *it + " -> ";
                 Add(tree, path, true,
                     "require '" + file + "' is a cycle (" + cycle + file + "); the game skips it");
+            } else if (includes >= SceneManager::kMaxRequireDepth) {
+                Add(tree, path, true,
+                    "require '" + file + "' is nested deeper than " +
+                        std::to_string(SceneManager::kMaxRequireDepth) +
+                        " includes; the game skips it");
             } else if (OnSearchPath(file)) {
                 // The included document's top is read by this node's class.
                 const std::string outer = tree.document;
@@ -340,9 +376,9 @@ void LevelCheck::CheckLevel(const CfoNode* node, const CfoKeyTable* table, const
             if (!key->repeats && !seen.insert(name).second)
                 Add(tree, segment, false,
                     "'" + name + "' is given again; " + table->name + " reads the first");
-            CheckValue(child, *key, path, tree);
+            CheckValue(child, *key, path, segment, tree);
         } else {
-            Unknown(child, table, true, path, tree);
+            Unknown(child, table, true, path, segment, tree);
         }
     }
 }
@@ -350,26 +386,28 @@ void LevelCheck::CheckLevel(const CfoNode* node, const CfoKeyTable* table, const
 void LevelCheck::CheckTable(const CfoNode* node, const CfoKeyTable* table, const std::string& path,
                             Tree& tree) {
     std::set<std::string> seen;
-    for (const CfoNode* child : node->children) {
+    const std::vector<std::string> segments = Segments(node);
+    for (size_t i = 0; i < node->children.size(); ++i) {
+        const CfoNode* child = node->children[i];
         if (child == nullptr) continue;
         const std::string name = child->GetName();
+        const std::string segment = Join(path, segments[i]);
         if (const CfoKey* key = table->Find(name)) {
-            const std::string segment = Join(path, Segment(node, child));
             if (!key->repeats && !seen.insert(name).second)
                 Add(tree, segment, false,
                     "'" + name + "' is given again; " + table->name + " reads the first");
-            CheckValue(child, *key, path, tree);
+            CheckValue(child, *key, path, segment, tree);
         } else {
-            Unknown(child, table, false, path, tree);
+            Unknown(child, table, false, path, segment, tree);
         }
     }
 }
 
 void LevelCheck::Unknown(const CfoNode* child, const CfoKeyTable* table, bool classes_allowed,
-                         const std::string& path, Tree& tree) {
+                         const std::string& path, const std::string& child_path, Tree& tree) {
     const std::string name = child->GetName();
     if (name.empty()) {
-        Add(tree, Join(path, Segment(child->parent, child)), false,
+        Add(tree, child_path, false,
             std::string("an unnamed block is read by nothing in ") + table->name);
         return;
     }
@@ -388,7 +426,7 @@ void LevelCheck::Unknown(const CfoNode* child, const CfoKeyTable* table, bool cl
 }
 
 void LevelCheck::CheckValue(const CfoNode* child, const CfoKey& key, const std::string& path,
-                            Tree& tree) {
+                            const std::string& child_path, Tree& tree) {
     switch (key.type) {
         case CfoKeyType::File: {
             const std::string file = child->GetValue();
@@ -420,11 +458,11 @@ void LevelCheck::CheckValue(const CfoNode* child, const CfoKey& key, const std::
             return;
         }
         case CfoKeyType::Table:
-            if (key.table != nullptr) CheckTable(child, key.table, Below(path, child), tree);
+            if (key.table != nullptr) CheckTable(child, key.table, child_path, tree);
             return;
         case CfoKeyType::Rows:
-            if (key.table == &physics_hull_keys) CheckHull(child, Below(path, child), tree);
-            if (key.table == &walk_path_keys) CheckWalkPath(child, Below(path, child), tree);
+            if (key.table == &physics_hull_keys) CheckHull(child, child_path, tree);
+            if (key.table == &walk_path_keys) CheckWalkPath(child, child_path, tree);
             return;
         default:
             return;
@@ -630,8 +668,15 @@ std::string LevelKeysMarkdown(const LevelCheck& check) {
         "clockwise, repeat a vertex or have more than 32 vertices, waypoint links out of range\n"
         "or unreached, a `Doors` whose trigger does not exist, two entities under a name the\n"
         "game looks up, a scene without \"game_scene\", an ABT builder that writes another file\n"
-        "than the one read, and \"require\" cycles. It exits with 1 when there are errors,\n"
-        "0 otherwise. `-I folder` adds a folder to the search path after the data folder.\n"
+        "than the one read, and \"require\" cycles. Warnings are what the game plays, but\n"
+        "likely not as meant: a clockwise hull, a repeated hull vertex, a waypoint no link\n"
+        "reaches, a first link outside its list (a patrol that stays put reads it as a place\n"
+        "in the list), a door without \"activator_name\", a key given twice, an unnamed block\n"
+        "and a configuration node the program does not read; everything else is an error.\n"
+        "It exits with 1 when there are errors, 0 otherwise (2 for a wrong command line).\n"
+        "`-I folder` adds a folder to the search path after the data folder, and a path from\n"
+        "above the data folder (`data/scenes/x.cfo`) names the same document as the game's\n"
+        "`scenes/x.cfo`.\n"
         "\n"
         "## Classes\n";
     std::vector<const CfoKeyTable*> children;

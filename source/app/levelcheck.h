@@ -77,13 +77,15 @@ private:
                     Tree& tree, std::vector<std::string>& stack);
     void CheckTable(const CfoNode* node, const CfoKeyTable* table, const std::string& path,
                     Tree& tree);
-    // `path` is the owner's: a file is reported there, a child table below it.
-    void CheckValue(const CfoNode* child, const CfoKey& key, const std::string& path, Tree& tree);
+    // `path` is the owner's, where a file is reported; a child table's findings go below it,
+    // at `child_path`.
+    void CheckValue(const CfoNode* child, const CfoKey& key, const std::string& path,
+                    const std::string& child_path, Tree& tree);
     void CheckHull(const CfoNode* hull, const std::string& path, Tree& tree);
     void CheckWalkPath(const CfoNode* walk_path, const std::string& path, Tree& tree);
     void CheckBuilder(const CfoNode* world, const std::string& path, Tree& tree);
     void Unknown(const CfoNode* child, const CfoKeyTable* table, bool classes_allowed,
-                 const std::string& path, Tree& tree);
+                 const std::string& path, const std::string& child_path, Tree& tree);
     void Add(Tree& tree, const std::string& path, bool error, const std::string& message);
 
     SceneManager* manager;  // owned: the class list and the loaders

@@ -342,6 +342,36 @@ TEST(LevelCheckEdges, ALowerCaseScopeIsAnUnknownKeyNotAClass) {
               "'physicscharacter'; did you mean 'PhysicsCharacter'?\n");
 }
 
+TEST(LevelCheckEdges, ClassNodesDeeperThanTheTreeCapAreSkippedAsTheGameSkipsThem) {
+    // The Scene and 256 items nested in one another: the last item is the 257th level.
+    std::string text = "Scene = { name = game_scene; ";
+    std::string path = "game_scene";
+    for (int i = 0; i < 256; ++i) {
+        text += "Item = { ";
+        path += "/Item";
+    }
+    for (int i = 0; i < 257; ++i) text += "} ";
+    WriteDocument("edge/deep.cfo", text);
+    LevelCheck check;
+    check.CheckDocument("edge/deep.cfo");
+    EXPECT_EQ(Joined(Lines(check)),
+              "edge/deep.cfo: " + path +
+                  ": error: class nodes nested deeper than 256 levels; the game skips this one\n");
+}
+
+TEST(LevelCheckEdges, IncludesDeeperThanTheRequireCapAreSkipped) {
+    // r0 requires r1, which requires r2, ... up to r33: r32's include is the 33rd.
+    for (int i = 0; i <= 33; ++i)
+        WriteDocument("edge/r" + std::to_string(i) + ".cfo",
+                      i < 33 ? "require = \"edge/r" + std::to_string(i + 1) + ".cfo\";" : "");
+    LevelCheck check;
+    check.CheckDocument("edge/r0.cfo");
+    EXPECT_EQ(Joined(Lines(check)),
+              "edge/r32.cfo: error: require 'edge/r33.cfo' is nested "
+              "deeper than 32 includes; the game skips it\n");
+    EXPECT_EQ(check.DocumentsRead(), 33);
+}
+
 TEST(LevelCheckEdges, TheProgramWithoutDocumentsShowsItsUsage) {
     const ProgramRun run = RunCheck("");
     EXPECT_EQ(run.status, 2);
