@@ -395,33 +395,66 @@ bool PhysicsBody::Collide(PhysicsBody& other, float) {
     return true;
 }
 
+// Four edges at a time: each lane does the arithmetic of one edge exactly as a one-by-one
+// walk would (the same IEEE operations in the same order, no fused multiply-add), and the
+// lanes that pass every test are then taken in edge order, the nearest first met winning,
+// as the walk keeps it. Point and distance are worked out once, for the winner.
 bool PhysicsBody::RayTest(HVector2 origin, HVector2 direction, HVector2& point, HVector2&,
                           float& distance) const {
-    bool found = false;
-    float bestU = 85465168.0f;
-    const PhysicsMatrix O = OrientationMatrix();
     const int n = VertexCount();
     if (n <= 0) return false;
-    // Each vertex is placed once: the end of one edge is the start of the next, and the
-    // last edge closes on the first vertex.
-    const HVector2 first = position + O.Mul(vertices[0]);
-    HVector2 P1 = first;
-    for (int i = 0; i < n; i++) {
-        const HVector2 P0 = P1;
-        P1 = i + 1 < n ? position + O.Mul(vertices[i + 1]) : first;
-        HVector2 E = P1 - P0;
-        float den = PhysicsCross(direction, E);
-        if (den >= -1e-8f && den < 1e-8f) continue;
-        HVector2 D = P0 - origin;
-        float s = PhysicsCross(D, direction) / den;
-        if (!(s > 0.0f && s < 1.0f)) continue;
-        float u = PhysicsCross(D, E) / den;
-        if (u < bestU && u > 0.0f) {
-            point = origin + direction * u;
-            distance = (point - origin).Length();
-            bestU = u;
-            found = true;
+    const PhysicsMatrix O = OrientationMatrix();
+    // Four placed vertices (position + O·v) from their indices, kept in registers: the lanes
+    // past the last vertex wrap round to the first ones (the closing edge ends on vertex 0).
+    const HVector2* v = vertices.data();
+    const __m128 M0 = _mm_set1_ps(O.m[0]), M1 = _mm_set1_ps(O.m[1]);
+    const __m128 M2 = _mm_set1_ps(O.m[2]), M3 = _mm_set1_ps(O.m[3]);
+    const __m128 PX = _mm_set1_ps(position.x), PY = _mm_set1_ps(position.y);
+    auto place = [&](int k, __m128& x, __m128& y) {
+        int at[4];
+        for (int lane = 0; lane < 4; lane++) at[lane] = (k + lane) % n;
+        const __m128 vx = _mm_setr_ps(v[at[0]].x, v[at[1]].x, v[at[2]].x, v[at[3]].x);
+        const __m128 vy = _mm_setr_ps(v[at[0]].y, v[at[1]].y, v[at[2]].y, v[at[3]].y);
+        x = _mm_add_ps(PX, _mm_add_ps(_mm_mul_ps(M0, vx), _mm_mul_ps(M1, vy)));
+        y = _mm_add_ps(PY, _mm_add_ps(_mm_mul_ps(M2, vx), _mm_mul_ps(M3, vy)));
+    };
+    const __m128 DX = _mm_set1_ps(direction.x), DY = _mm_set1_ps(direction.y);
+    const __m128 OX = _mm_set1_ps(origin.x), OY = _mm_set1_ps(origin.y);
+    const __m128 zero = _mm_setzero_ps(), one = _mm_set1_ps(1.0f);
+    const __m128 far = _mm_set1_ps(85465168.0f);
+    const __m128 lowDen = _mm_set1_ps(-1e-8f), highDen = _mm_set1_ps(1e-8f);
+    float bestU = 85465168.0f;
+    bool found = false;
+    alignas(16) float us[4];
+    for (int i = 0; i < n; i += 4) {
+        __m128 p0x, p0y, p1x, p1y;
+        place(i, p0x, p0y);
+        place(i + 1, p1x, p1y);
+        const __m128 ex = _mm_sub_ps(p1x, p0x);
+        const __m128 ey = _mm_sub_ps(p1y, p0y);
+        // den = cross(direction, E); s = cross(D, direction) / den; u = cross(D, E) / den.
+        const __m128 den = _mm_sub_ps(_mm_mul_ps(DY, ex), _mm_mul_ps(DX, ey));
+        const __m128 dx = _mm_sub_ps(p0x, OX), dy = _mm_sub_ps(p0y, OY);
+        const __m128 s = _mm_div_ps(_mm_sub_ps(_mm_mul_ps(dy, DX), _mm_mul_ps(dx, DY)), den);
+        const __m128 u = _mm_div_ps(_mm_sub_ps(_mm_mul_ps(dy, ex), _mm_mul_ps(dx, ey)), den);
+        const __m128 flat = _mm_and_ps(_mm_cmpge_ps(den, lowDen), _mm_cmplt_ps(den, highDen));
+        const __m128 within = _mm_and_ps(_mm_cmpgt_ps(s, zero), _mm_cmplt_ps(s, one));
+        const __m128 ahead = _mm_and_ps(_mm_cmpgt_ps(u, zero), _mm_cmplt_ps(u, far));
+        int bits = _mm_movemask_ps(_mm_andnot_ps(flat, _mm_and_ps(within, ahead)));
+        bits &= n - i >= 4 ? 15 : (1 << (n - i)) - 1;
+        if (bits == 0) continue;
+        _mm_store_ps(us, u);
+        for (; bits; bits &= bits - 1) {
+            const float v = us[__builtin_ctz(unsigned(bits))];
+            if (v < bestU) {
+                bestU = v;
+                found = true;
+            }
         }
+    }
+    if (found) {
+        point = origin + direction * bestU;
+        distance = (point - origin).Length();
     }
     return found;
 }

@@ -6,6 +6,7 @@
 #include <atomic>
 #include <cmath>
 #include <cstdlib>
+#include <cstring>
 #include <new>
 #include <random>
 #include <string>
@@ -728,4 +729,134 @@ TEST(PhysicsProperties, GroupedAxisTestsMatchOneByOne) {
             ASSERT_EQ(t1, t2) << iter;
         }
     }
+}
+
+// ---- the ray test, four edges at a time, against the walk over the edges one by one ----
+
+namespace {
+
+// The edge walk the ray test replaced, kept as the reference of its results.
+bool RayTestOneByOne(const PhysicsBody& body, HVector2 origin, HVector2 direction, HVector2& point,
+                     float& distance) {
+    bool found = false;
+    float bestU = 85465168.0f;
+    const PhysicsMatrix O = body.OrientationMatrix();
+    const int n = body.VertexCount();
+    if (n <= 0) return false;
+    const HVector2 first = body.position + O.Mul(body.vertices[0]);
+    HVector2 P1 = first;
+    for (int i = 0; i < n; i++) {
+        const HVector2 P0 = P1;
+        P1 = i + 1 < n ? body.position + O.Mul(body.vertices[size_t(i) + 1]) : first;
+        HVector2 E = P1 - P0;
+        float den = PhysicsCross(direction, E);
+        if (den >= -1e-8f && den < 1e-8f) continue;
+        HVector2 D = P0 - origin;
+        float s = PhysicsCross(D, direction) / den;
+        if (!(s > 0.0f && s < 1.0f)) continue;
+        float u = PhysicsCross(D, E) / den;
+        if (u < bestU && u > 0.0f) {
+            point = origin + direction * u;
+            distance = (point - origin).Length();
+            bestU = u;
+            found = true;
+        }
+    }
+    return found;
+}
+
+bool SameBits(float a, float b) { return std::memcmp(&a, &b, sizeof a) == 0; }
+
+}  // namespace
+
+TEST(PhysicsCollision, RayTestGivesWhatTheEdgeWalkGives) {
+    std::mt19937 rng(77);
+    std::uniform_real_distribution<float> unit(-1.0f, 1.0f);
+    const float odd[] = {0.0f, -0.0f, 1e-20f, 1e30f, INFINITY, -INFINITY, std::nanf("")};
+    int hits = 0, misses = 0;
+    for (int round = 0; round < 40000; round++) {
+        PhysicsBody body;
+        const int kind = round % 5;
+        const int n = 1 + int(rng() % 33);  // up to one past the limit: the test reads 32
+        if (kind == 0) {
+            body.MakeCircle(1.0f + 50.0f * std::fabs(unit(rng)), std::max(3, n % 33));
+        } else {
+            for (int i = 0; i < n; i++) {
+                // Some vertices repeat or fall on one line: edges of no length, parallel ones.
+                HVector2 v(40.0f * unit(rng), 40.0f * unit(rng));
+                if (kind == 2 && i > 0 && rng() % 3 == 0) v = body.vertices.back();
+                if (kind == 3) v = HVector2(40.0f * unit(rng), 0.0f);
+                body.vertices.push_back(v);
+            }
+        }
+        body.position = HVector2(200.0f * unit(rng), 200.0f * unit(rng));
+        body.orientation = 360.0f * unit(rng);
+        HVector2 origin(300.0f * unit(rng), 300.0f * unit(rng));
+        HVector2 direction(unit(rng), unit(rng));
+        // Rays aimed at the body, or at one of its vertices exactly; short, long and odd ones.
+        if (round % 3 == 0) direction = body.position - origin;
+        if (round % 7 == 0 && !body.vertices.empty())
+            direction = body.position + body.OrientationMatrix().Mul(body.vertices[0]) - origin;
+        if (round % 11 == 0) direction = direction * 1e-6f;
+        if (round % 13 == 0) direction = direction * 1e6f;
+        if (round % 17 == 0) direction = HVector2(1.0f, 0.0f);
+        if (round % 101 == 0) origin.x = odd[(round / 101) % 7];
+        if (round % 103 == 0) direction.y = odd[(round / 103) % 7];
+        HVector2 point(-7.0f, -7.0f), normal(-9.0f, -9.0f), wantPoint(-7.0f, -7.0f);
+        float distance = -5.0f, wantDistance = -5.0f;
+        const bool got = body.RayTest(origin, direction, point, normal, distance);
+        const bool want = RayTestOneByOne(body, origin, direction, wantPoint, wantDistance);
+        ASSERT_EQ(got, want) << round;
+        // Written only on a hit; the normal never.
+        ASSERT_TRUE(SameBits(point.x, wantPoint.x) && SameBits(point.y, wantPoint.y)) << round;
+        ASSERT_TRUE(SameBits(distance, wantDistance)) << round;
+        ASSERT_EQ(normal, HVector2(-9.0f, -9.0f)) << round;
+        (got ? hits : misses)++;
+    }
+    EXPECT_GT(hits, 10000);
+    EXPECT_GT(misses, 10000);
+}
+
+TEST(PhysicsCollision, RayTestTakesTheFirstOfEqualNearestEdges) {
+    // A square whose left edge is there twice (a vertex repeated around it): the ray meets
+    // both copies at the same distance, and the point is that of the first.
+    PhysicsBody body;
+    for (HVector2 v : {HVector2(-1.0f, -1.0f), HVector2(1.0f, -1.0f), HVector2(1.0f, 1.0f),
+                       HVector2(-1.0f, 1.0f), HVector2(-1.0f, -1.0f), HVector2(-1.0f, 1.0f)})
+        body.vertices.push_back(v);
+    HVector2 point, normal;
+    float distance = 0.0f;
+    ASSERT_TRUE(
+        body.RayTest(HVector2(-5.0f, 0.25f), HVector2(1.0f, 0.0f), point, normal, distance));
+    EXPECT_EQ(point, HVector2(-1.0f, 0.25f));
+    EXPECT_EQ(distance, 4.0f);
+    // Behind the origin, or parallel to every edge it would cross: nothing.
+    EXPECT_FALSE(
+        body.RayTest(HVector2(-5.0f, 0.25f), HVector2(-1.0f, 0.0f), point, normal, distance));
+    EXPECT_FALSE(
+        body.RayTest(HVector2(-5.0f, 1.0f), HVector2(1.0f, 0.0f), point, normal, distance));
+    EXPECT_EQ(distance, 4.0f);
+    PhysicsBody empty;
+    EXPECT_FALSE(
+        empty.RayTest(HVector2(0.0f, 0.0f), HVector2(1.0f, 0.0f), point, normal, distance));
+}
+
+TEST(PhysicsCollision, RayTestReachesJustShortOfItsLimit) {
+    // A ray of direction 2^-10 meets an edge at x after x · 1024 lengths; the test takes
+    // meetings before 85465168 lengths only.
+    auto meets = [](float edgeX, float& distance) {
+        PhysicsBody square;
+        for (HVector2 v : {HVector2(-1.0f, -1.0f), HVector2(1.0f, -1.0f), HVector2(1.0f, 1.0f),
+                           HVector2(-1.0f, 1.0f)})
+            square.vertices.push_back(v);
+        square.position = HVector2(edgeX + 1.0f, 0.0f);
+        HVector2 point, normal;
+        return square.RayTest(HVector2(0.0f, 0.0f), HVector2(1.0f / 1024.0f, 0.0f), point, normal,
+                              distance);
+    };
+    float distance = -1.0f;
+    EXPECT_FALSE(meets(83462.078125f, distance));  // exactly 85465168 lengths
+    EXPECT_EQ(distance, -1.0f);
+    EXPECT_TRUE(meets(83462.0703125f, distance));  // 8 lengths short of it
+    EXPECT_EQ(distance, 83462.0703125f);
 }
