@@ -403,26 +403,26 @@ public:
         }
         // Per unit of work (events for us; touching contacts plus ray hits for Box2D), and
         // how time and work grow from the fewest characters of a case to the most.
-        std::map<std::string, std::pair<std::string, std::string>> range;  // family: ends
+        std::map<std::string, std::vector<std::string>> families;  // cases, fewest first
         for (const std::string& name : order) {
             double t = 0.0, w = 0.0;
             if (!value(name, t) || !work(name, w)) continue;
             printf("work  %-36s %.0f per step, %.0f ns each\n", name.c_str(), w, t * 1e3 / w);
-            const std::string family = name.substr(0, name.find('/'));
-            auto it = range.find(family);
-            if (it == range.end())
-                range[family] = {name, name};
-            else
-                it->second.second = name;
+            families[name.substr(0, name.find('/'))].push_back(name);
         }
-        for (const auto& [family, ends] : range) {
-            double t0 = 0.0, t1 = 0.0, w0 = 0.0, w1 = 0.0;
-            if (ends.first == ends.second || !value(ends.first, t0) || !value(ends.second, t1) ||
-                !work(ends.first, w0) || !work(ends.second, w1) || !(t0 > 0.0) || !(w0 > 0.0))
-                continue;
-            printf("growth %s %s -> %s: time x%.1f, work x%.1f\n", family.c_str(),
-                   ends.first.substr(family.size() + 1).c_str(),
-                   ends.second.substr(family.size() + 1).c_str(), t1 / t0, w1 / w0);
+        for (const auto& [family, names] : families) {
+            // From each case to the one of the most characters.
+            const std::string& last = names.back();
+            double t1 = 0.0, w1 = 0.0;
+            if (!value(last, t1) || !work(last, w1)) continue;
+            for (size_t k = 0; k + 1 < names.size(); k++) {
+                double t0 = 0.0, w0 = 0.0;
+                if (!value(names[k], t0) || !work(names[k], w0) || !(t0 > 0.0) || !(w0 > 0.0))
+                    continue;
+                printf("growth %s %s -> %s: time x%.1f, work x%.1f\n", family.c_str(),
+                       names[k].substr(family.size() + 1).c_str(),
+                       last.substr(family.size() + 1).c_str(), t1 / t0, w1 / w0);
+            }
         }
     }
 
