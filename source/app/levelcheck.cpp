@@ -21,6 +21,7 @@
 #include "resources/resource.h"
 #include "scene/scenemanager.h"
 #include "scene/scenemanagerkeys.h"
+#include "world/abttreebuilder.h"
 #include "world/worldgeometry.h"
 
 namespace {
@@ -463,6 +464,7 @@ void LevelCheck::CheckValue(const CfoNode* child, const CfoKey& key, const std::
         case CfoKeyType::Rows:
             if (key.table == &physics_hull_keys) CheckHull(child, child_path, tree);
             if (key.table == &walk_path_keys) CheckWalkPath(child, child_path, tree);
+            if (key.table == &abt_builder_objects_keys) CheckObjects(child, child_path, tree);
             return;
         default:
             return;
@@ -530,6 +532,35 @@ void LevelCheck::CheckWalkPath(const CfoNode* walk_path, const std::string& path
     }
     for (size_t i = 0; i < count; ++i)
         if (!reached[i]) Add(tree, row(i), false, "no link reaches waypoint " + std::to_string(i));
+}
+
+void LevelCheck::CheckObjects(const CfoNode* objects, const std::string& path, Tree& tree) {
+    // Read as ABTBuilder() reads them: "mesh,texture" as the first child's name of a row.
+    static const CfoKey mesh_key{"mesh", CfoKeyType::File, "", "", nullptr, "asm"};
+    static const CfoKey texture_key{"texture", CfoKeyType::File, "", "", nullptr, "dds"};
+    int row = 0;
+    for (const CfoNode* entry : objects->children) {
+        if (entry == nullptr) continue;
+        const std::string at = path + "[" + std::to_string(++row) + "]";
+        const CfoNode* first = entry->FirstChild();
+        if (first == nullptr) continue;
+        const std::string text = first->GetName();
+        const size_t comma = text.find(',');
+        if (comma == std::string::npos) {
+            Add(tree, at, true,
+                "object row '" + text +
+                    "' has no texture name; the builder "
+                    "skips it");
+            continue;
+        }
+        const size_t end = text.find(',', comma + 1);
+        CfoNode mesh("mesh", text.substr(0, comma));
+        CfoNode texture(
+            "texture",
+            text.substr(comma + 1, end == std::string::npos ? std::string::npos : end - comma - 1));
+        CheckValue(&mesh, mesh_key, at, at, tree);
+        CheckValue(&texture, texture_key, at, at, tree);
+    }
 }
 
 void LevelCheck::CheckBuilder(const CfoNode* world, const std::string& path, Tree& tree) {

@@ -83,6 +83,7 @@ private:
                     const std::string& child_path, Tree& tree);
     void CheckHull(const CfoNode* hull, const std::string& path, Tree& tree);
     void CheckWalkPath(const CfoNode* walk_path, const std::string& path, Tree& tree);
+    void CheckObjects(const CfoNode* objects, const std::string& path, Tree& tree);
     void CheckBuilder(const CfoNode* world, const std::string& path, Tree& tree);
     void Unknown(const CfoNode* child, const CfoKeyTable* table, bool classes_allowed,
                  const std::string& path, const std::string& child_path, Tree& tree);

@@ -310,6 +310,30 @@ TEST(LevelCheckEdges, AFileTheBuilderWritesNeedNotExistYet) {
     EXPECT_EQ(Joined(Lines(check)), "");
 }
 
+TEST(LevelCheckEdges, TheBuildersObjectsNameMeshesAndTexturesThatExist) {
+    WriteDocument("edge/objects.cfo",
+                  "Scene = { name = game_scene; WorldGeometry = { ABTBuilder = { "
+                  "output_file = \"data/resources/meshes/courtyard.abt\"; Objects = { "
+                  "{resources/meshes/courtyard_ground.asm,resources/textures/ground_cobbles.dds} "
+                  "{resources/meshes/none.asm,resources/textures/ground_cobbles.dds} "
+                  "{resources/meshes/courtyard_walls.asm} "
+                  "{resources/meshes/courtyard_walls.asm,resources/textures/wall.tga} } } "
+                  "file = \"resources/meshes/courtyard.abt\"; } }");
+    LevelCheck check;
+    check.CheckDocument("edge/objects.cfo");
+    const std::string at = "edge/objects.cfo: game_scene/WorldGeometry/ABTBuilder/Objects";
+    EXPECT_EQ(Joined(Lines(check)),
+              at +
+                  "[2]: error: 'mesh' names 'resources/meshes/none.asm', which is not on the "
+                  "search path\n" +
+                  at +
+                  "[3]: error: object row 'resources/meshes/courtyard_walls.asm' has no "
+                  "texture name; the builder skips it\n" +
+                  at +
+                  "[4]: error: 'texture' names 'resources/textures/wall.tga', of a kind "
+                  "it does not read (it takes .dds)\n");
+}
+
 TEST(LevelCheckEdges, TheConfigurationsOtherTopNodesAreReadByNothing) {
     WriteDocument("edge/conf.cfo",
                   "Window = { width = 640; heigth = 480; } SceneManager = { "
