@@ -1,6 +1,9 @@
 #include "app/levelcheck.h"
 
 #include <algorithm>
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <cctype>
 #include <cstdio>
 #include <cstring>
@@ -153,6 +156,21 @@ bool OnSearchPath(const std::string& file) {
     return probe.IsOpen();
 }
 
+// Parses `path` into `document` with the parser's own log line held back: the checker's
+// output is its findings, and a failure is one of them (the document's error).
+bool LoadQuietly(CfoDocument& document, const std::string& path) {
+    std::fflush(stdout);
+    const int saved = dup(1);
+    const int null = open("/dev/null", O_WRONLY);
+    if (saved >= 0 && null >= 0) dup2(null, 1);
+    const bool loaded = document.LoadFile(path);
+    std::fflush(stdout);
+    if (saved >= 0 && null >= 0) dup2(saved, 1);
+    if (null >= 0) close(null);
+    if (saved >= 0) close(saved);
+    return loaded;
+}
+
 std::string Number(float value) {
     char text[32];
     std::snprintf(text, sizeof(text), "%g", static_cast<double>(value));
@@ -251,7 +269,7 @@ void LevelCheck::CheckFile(const std::string& path, Tree& tree, std::vector<std:
         tree.document = outer;
         return;
     }
-    if (!document.LoadFile(path)) {
+    if (!LoadQuietly(document, path)) {
         Add(tree, "", true,
             "does not parse" + (document.error.empty() ? std::string() : ": " + document.error));
         tree.document = outer;
@@ -363,7 +381,7 @@ void LevelCheck::CheckLevel(const CfoNode* node, const CfoKeyTable* table, const
                 const std::string outer = tree.document;
                 tree.document = file;
                 CfoDocument document;
-                if (!document.LoadFile(file)) {
+                if (!LoadQuietly(document, file)) {
                     Add(tree, "", true, "does not parse: " + document.error);
                 } else {
                     ++documents_read;

@@ -396,6 +396,15 @@ TEST(LevelCheckEdges, IncludesDeeperThanTheRequireCapAreSkipped) {
     EXPECT_EQ(check.DocumentsRead(), 33);
 }
 
+TEST(LevelCheckEdges, ADocumentThatDoesNotParseIsOneFindingAndNothingElse) {
+    WriteDocument("edge/open.cfo", "Scene = { name = game_scene;\n");
+    const ProgramRun run = RunCheck("-I '" + TempDir() + "' edge/open.cfo");
+    EXPECT_EQ(run.status, 1);
+    EXPECT_EQ(run.output,
+              "edge/open.cfo: error: does not parse: Parse failed: Missing scopes\n"
+              "velmora-check: 0 documents, 1 errors, 0 warnings\n");
+}
+
 TEST(LevelCheckEdges, TheProgramWithoutDocumentsShowsItsUsage) {
     const ProgramRun run = RunCheck("");
     EXPECT_EQ(run.status, 2);
