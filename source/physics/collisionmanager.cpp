@@ -882,11 +882,11 @@ void CollisionManager::GridPairsOfBody(uint32_t index, const StepEntry& body,
 }
 
 // The ray pairs of the whole step, settled before the loop (rays and circles do not move
-// in it). The bodies' circles are put in groups of 16 that lie close together (sorted along
-// a Z-order curve over their centres), each with the box of its centres and its largest
-// grow, and a ray tests the groups first, four at a time, then the circles of the groups it
-// may come near. A circle passes the strip test (NearStrip4) only when its centre lies
-// within grow + strip of the line across and no further than that behind the origin; over a
+// in it). The bodies' circles are put in groups of kGroupSize that lie close together
+// (sorted along a Z-order curve over their centres), each with the box of its centres and
+// its largest grow, and a ray tests the groups first, four at a time, then the circles of
+// the groups it may come near. A circle passes the strip test (NearStrip4) only when its centre
+// lies within grow + strip of the line across and no further than that behind the origin; over a
 // box of centres the distance across is least at least |s| - (hx |uy| + hy |ux|) and the
 // distance along at most a + hx |ux| + hy |uy| (s, a: those of the box's centre), so a
 // group whose box fails this cannot hold a circle that passes. The circles' own test
