@@ -178,3 +178,21 @@ TEST(EventPool, TheAllocatorRefusesCountsThatOverflow) {
     EXPECT_TRUE(allocator == EventPoolAllocator<int>());
     EventPool::Release();
 }
+
+TEST(EventPool, AKeptBlockIsPoisonedInSanitizerBuilds) {
+#if defined(__SANITIZE_ADDRESS__)
+    EventPool::Release();
+    auto* event = new GenericCollisionEvent();
+    GenericCollisionEvent* kept = event;
+    delete event;  // into the pool
+    EXPECT_DEATH(
+        {
+            volatile float read = kept->distance;
+            (void)read;
+        },
+        "use-after-poison");
+    EventPool::Release();
+#else
+    GTEST_SKIP() << "only sanitizer builds poison the kept blocks";
+#endif
+}
