@@ -9,7 +9,7 @@ int main(int argc, char** argv) {
     setvbuf(stdout, nullptr, _IOLBF, 0);
 
     Application app;
-    if (!app.Start(argc, argv)) return 0;
+    if (!app.Start(argc, argv)) return app.exit_code;
     while (app.RunPass()) {
     }
     app.Shutdown();

@@ -11,6 +11,7 @@
 
 #include "platform/draw.h"
 #include "platform/glcaps.h"
+#include "platform/screenshot.h"
 #include "platform/sdlinput.h"
 #include "platform/settings.h"
 #include "platform/window.h"
@@ -197,10 +198,12 @@ bool SceneManager::UpdateAt(float now) {
     return events.Update(time);
 }
 
-bool SceneManager::Update() {
+float SceneManager::ClockSeconds() {
     const uint64_t ticks = SDL_GetTicks64();
-    return UpdateAt(static_cast<float>(static_cast<double>(ticks) / 1000.0));
+    return static_cast<float>(static_cast<double>(ticks) / 1000.0);
 }
+
+bool SceneManager::Update() { return UpdateAt(ClockSeconds()); }
 
 bool SceneManager::HandleInput(const Sdl12Event& sdl) {
     switch (sdl.type) {
@@ -218,8 +221,10 @@ bool SceneManager::HandleInput(const Sdl12Event& sdl) {
             // Integer arithmetic first, as the 2D space is in whole units; a zero screen size
             // (no window yet) leaves the coordinate unscaled.
             const int64_t x = sdl.motion.x, y = sdl.motion.y;
-            const int64_t vx = screen_width != 0 ? x * virtual_width / screen_width : x;
-            const int64_t vy = screen_height != 0 ? y * virtual_height / screen_height : y;
+            const int64_t w = input_screen_width != 0 ? input_screen_width : screen_width;
+            const int64_t h = input_screen_height != 0 ? input_screen_height : screen_height;
+            const int64_t vx = w != 0 ? x * virtual_width / w : x;
+            const int64_t vy = h != 0 ? y * virtual_height / h : y;
             Post(new InputEvent(sdl, HVector2(static_cast<float>(vx), static_cast<float>(vy))));
             break;
         }
@@ -234,13 +239,24 @@ bool SceneManager::HandleInput(const Sdl12Event& sdl) {
 bool SceneManager::OnFrame(FrameEvent*) {
     AddToRenderQueue(this);
     SDL_Event sdl;
+    if (input_replay != nullptr) {
+        while (SDL_PollEvent(&sdl))
+            if (sdl.type == SDL_QUIT) return false;
+        for (const Sdl12Event& record : *input_replay)
+            if (!HandleInput(record)) return false;
+        return true;
+    }
     while (SDL_PollEvent(&sdl)) {
         Sdl12Event record;
         if (!TranslateSdlEvent(sdl, &record)) continue;
+        if (input_record != nullptr) input_record->push_back(record);
         if (!HandleInput(record)) return false;
         // A wheel step was a press and a release.
         Sdl12Event release;
-        if (WheelButtonUp(sdl, &release) && !HandleInput(release)) return false;
+        if (WheelButtonUp(sdl, &release)) {
+            if (input_record != nullptr) input_record->push_back(release);
+            if (!HandleInput(release)) return false;
+        }
     }
     return true;
 }
@@ -266,6 +282,14 @@ void SceneManager::PostRender() {
     ++swap_count;
     if (SDL_GL_GetCurrentContext() == nullptr) return;
     glFlush();
+    if (!screenshot_path.empty()) {
+        std::string error;
+        if (SaveScreenshot(screenshot_path, &error))
+            printf("Screenshot: '%s'\n", screenshot_path.c_str());
+        else
+            printf("Screenshot: not saved: %s\n", error.c_str());
+        screenshot_path.clear();
+    }
     SwapWindowBuffers();
 }
 

@@ -56,6 +56,8 @@ public:
     // One frame's time (SDL_GetTicks), collision step and event dispatch; false ends the
     // program.
     bool Update();
+    // The clock Update reads: SDL's milliseconds as seconds.
+    static float ClockSeconds();
     // The same with a given time in seconds (what Update does after reading the clock).
     bool UpdateAt(float now);
     // Delete requests first, then a pending scene change.
@@ -108,6 +110,19 @@ public:
     std::string pending_scene;       // from LoadGameEvent; empty when none
     float time = 0.0f;               // seconds, last frame
     float dt = 0.0f;                 // seconds, last frame's length
+
+    // Demo support. While `input_replay` is set, OnFrame hands on these records instead of
+    // the devices' (which it still reads and drops, but for the window's close); while
+    // `input_record` is set, every record OnFrame hands on is appended to it. A recorded
+    // pointer keeps the place it had in the window it came from: `input_screen_width` and
+    // `input_screen_height` name that window's size (0: the window's own).
+    const std::vector<Sdl12Event>* input_replay = nullptr;  // not owned
+    std::vector<Sdl12Event>* input_record = nullptr;        // not owned
+    int32_t input_screen_width = 0;
+    int32_t input_screen_height = 0;
+    // When set, PostRender saves the frame there before the swap, prints the outcome and
+    // clears it.
+    std::string screenshot_path;
 
     // Frame counters: how many times the screen was cleared and swapped.
     uint32_t clear_count = 0;
