@@ -7,6 +7,7 @@
 
 #include "platform/settings.h"
 #include "cfo/cforeaders.h"
+#include "platform/windowkeys.h"
 #include "gl/glprocs.h"
 
 namespace {
@@ -54,11 +55,11 @@ bool Window::Init(CfoNode* node) {
     }
     int width = screen_width;
     int height = screen_height;
-    CfoReadBool(node, "fullscreen", fullscreen);
-    CfoReadInt(node, "width", width);
-    CfoReadInt(node, "height", height);
+    CfoReadBool(node, CfoKeyOf(kWindowKeys, "fullscreen"), fullscreen);
+    CfoReadInt(node, CfoKeyOf(kWindowKeys, "width"), width);
+    CfoReadInt(node, CfoKeyOf(kWindowKeys, "height"), height);
     uint32_t samples = static_cast<uint32_t>(multisample);
-    if (CfoReadUInt(node, "multisample", samples)) {
+    if (CfoReadUInt(node, CfoKeyOf(kWindowKeys, "multisample"), samples)) {
         // A count beyond what any driver offers is a typing error; it gets the same treatment
         // as a count this driver cannot give (SetVideoMode retries without).
         multisample = samples > 64 ? 64 : static_cast<int>(samples);

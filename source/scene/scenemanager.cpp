@@ -20,6 +20,7 @@
 #include "cfo/file.h"
 #include "resources/soundlayer.h"
 #include "scene/keynametable.h"
+#include "scene/scenemanagerkeys.h"
 
 SceneManager::SceneManager() = default;
 
@@ -62,19 +63,20 @@ void SceneManager::Load(CfoNode* node, ResourceManager* manager) {
         printf("SceneManager configuration node not defined\n");
         return;
     }
-    CfoReadBool(node, "r_debug", r_debug);
-    CfoReadBool(node, "r_debug_physics", r_debug_physics);
-    CfoReadBool(node, "r_show_fps", r_show_fps);
-    CfoReadBool(node, "r_sw_skinning", r_sw_skinning);
-    CfoReadBool(node, "r_advanced_shading", r_advanced_shading);
-    CfoReadBool(node, "r_particle_rain", r_particle_rain);
-    CfoReadInt(node, "r_particle_rain_size", r_particle_rain_size);
+    CfoReadBool(node, CfoKeyOf(kSceneManagerKeys, "r_debug"), r_debug);
+    CfoReadBool(node, CfoKeyOf(kSceneManagerKeys, "r_debug_physics"), r_debug_physics);
+    CfoReadBool(node, CfoKeyOf(kSceneManagerKeys, "r_show_fps"), r_show_fps);
+    CfoReadBool(node, CfoKeyOf(kSceneManagerKeys, "r_sw_skinning"), r_sw_skinning);
+    CfoReadBool(node, CfoKeyOf(kSceneManagerKeys, "r_advanced_shading"), r_advanced_shading);
+    CfoReadBool(node, CfoKeyOf(kSceneManagerKeys, "r_particle_rain"), r_particle_rain);
+    CfoReadInt(node, CfoKeyOf(kSceneManagerKeys, "r_particle_rain_size"), r_particle_rain_size);
 
     if (max_anisotropy > 1.0f)
-        CfoReadFloat(node, "r_anisotropic_filtering", r_anisotropic_filtering);
+        CfoReadFloat(node, CfoKeyOf(kSceneManagerKeys, "r_anisotropic_filtering"),
+                     r_anisotropic_filtering);
 
     float animation_hz = 0.0f;
-    if (CfoReadFloat(node, "r_animation_hz", animation_hz)) {
+    if (CfoReadFloat(node, CfoKeyOf(kSceneManagerKeys, "r_animation_hz"), animation_hz)) {
         // A rate of zero or less (or not a number) would make the step infinite or negative.
         if (animation_hz > 0.0f && std::isfinite(1.0f / animation_hz))
             r_animation_step = 1.0f / animation_hz;
@@ -84,27 +86,28 @@ void SceneManager::Load(CfoNode* node, ResourceManager* manager) {
     }
 
     std::string mode;
-    if (CfoReadString(node, "r_abt_render_mode", mode)) {
+    if (CfoReadString(node, CfoKeyOf(kSceneManagerKeys, "r_abt_render_mode"), mode)) {
         if (mode == "VAR") r_abt_render_mode = VAR;
         if (mode == "VBO") r_abt_render_mode = VBO;
         if (mode == "LIST") r_abt_render_mode = LIST;
     }
 
     for (CfoNode* child : node->children)
-        if (child != nullptr && child->name == "add_search_path") AddSearchPath(child->value);
+        if (child != nullptr && child->name == CfoKeyOf(kSceneManagerKeys, "add_search_path").name)
+            AddSearchPath(child->value);
 
     KeyNameTable keys;
     keys.Build();
     struct Binding {
-        const char* key;
+        const CfoKey& key;
         int32_t* code;
     };
     const Binding bindings[] = {
-        {"k_action_forward", &k_action_forward},
-        {"k_action_back", &k_action_back},
-        {"k_action_stafe_left", &k_action_stafe_left},
-        {"k_action_stafe_right", &k_action_stafe_right},
-        {"k_action_hit", &k_action_hit},
+        {CfoKeyOf(kSceneManagerKeys, "k_action_forward"), &k_action_forward},
+        {CfoKeyOf(kSceneManagerKeys, "k_action_back"), &k_action_back},
+        {CfoKeyOf(kSceneManagerKeys, "k_action_stafe_left"), &k_action_stafe_left},
+        {CfoKeyOf(kSceneManagerKeys, "k_action_stafe_right"), &k_action_stafe_right},
+        {CfoKeyOf(kSceneManagerKeys, "k_action_hit"), &k_action_hit},
     };
     for (const Binding& binding : bindings) {
         std::string key_name;
