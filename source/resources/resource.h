@@ -22,7 +22,7 @@ public:
 
     // Reads the file; the base class loads nothing.
     virtual bool Load(std::string filename);
-    // Gives back what Load took beyond memory (GL names); only fonts need it.
+    // Gives back what Load took beyond memory (GL names): fonts and textures.
     virtual void Unload();
 };
 

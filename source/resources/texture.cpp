@@ -2,6 +2,7 @@
 #include <vector>
 
 #include <GL/glu.h>
+#include <SDL.h>
 
 #include "cfo/file.h"
 #include "gl/glprocs.h"
@@ -22,6 +23,21 @@ bool ReadWholeFile(const std::string& filename, const uint8_t*& data, size_t& si
 }
 
 }  // namespace
+
+namespace {
+
+// A name from a context that no longer exists (or none) is only forgotten.
+void DeleteTexture(uint32_t& texture_id) {
+    if (texture_id != 0 && SDL_GL_GetCurrentContext() != nullptr && glIsTexture(texture_id))
+        glDeleteTextures(1, &texture_id);
+    texture_id = 0;
+}
+
+}  // namespace
+
+void TextureDDS::Unload() { DeleteTexture(texture_id); }
+
+void TextureTGA::Unload() { DeleteTexture(texture_id); }
 
 bool TextureDDS::Load(std::string name) {
     filename = name;

@@ -19,6 +19,9 @@ public:
     TextureDDS(const TextureDDS&) = default;
 
     bool Load(std::string filename) override;
+    // Gives the GL name back when the manager lets the texture go, so that a level loaded
+    // again does not leave the last copy's pixels in the driver.
+    void Unload() override;
 
     // Binds to GL_TEXTURE_2D; a texture that is not a GL texture first reports itself
     // ("not a texture <address>, <file name>") and the bind goes on with its name.

@@ -18,6 +18,9 @@ public:
     TextureTGA(const TextureTGA&) = default;
 
     bool Load(std::string filename) override;
+    // Gives the GL name back when the manager lets the texture go, so that a level loaded
+    // again does not leave the last copy's pixels in the driver.
+    void Unload() override;
 
     // Uploads a decoded image with GLU-built mipmaps (needs a current context).
     bool Upload(const TgaImage& image);

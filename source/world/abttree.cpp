@@ -35,6 +35,7 @@ ABTNode::~ABTNode() {
 ABTTree::~ABTTree() { Clear(); }
 
 void ABTTree::Clear() {
+    ReleaseGL();
     for (ABTNode* n : nodes) delete n;
     nodes.clear();
     for (ABTVertexBuffer* b : vertex_buffers) delete b;

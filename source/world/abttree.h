@@ -165,4 +165,8 @@ private:
 
     void DrawChunks(const std::vector<int32_t>& order, int mode);
     void Clear();
+    // Hands the GL buffers and display lists back to the driver, so that a level loaded
+    // again (each "Play") does not leave the last one's copy in the driver's memory. Does
+    // nothing without a current context.
+    void ReleaseGL();
 };

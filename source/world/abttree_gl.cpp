@@ -1,5 +1,7 @@
 // The GL layer of ABTTree: buffer uploads, texture loading and the drawing backend.
 
+#include <SDL.h>
+
 #include <vector>
 
 #include "platform/settings.h"
@@ -211,6 +213,35 @@ void ABTTree::RenderAll(int mode) {
     std::vector<int32_t> order(nodes.size());
     for (size_t i = 0; i < nodes.size(); ++i) order[i] = static_cast<int32_t>(i);
     DrawChunks(order, mode);
+}
+
+void ABTTree::ReleaseGL() {
+    std::vector<GLuint> buffers;
+    auto take = [&buffers](uint32_t& name) {
+        if (name != 0) buffers.push_back(name);
+        name = 0;
+    };
+    take(position_buffer);
+    take(texcoord_buffer);
+    take(normal_buffer);
+    take(color_buffer);
+    for (ABTVertexBuffer* vb : vertex_buffers) {
+        take(vb->position_buffer);
+        take(vb->texcoord_buffer);
+        take(vb->normal_buffer);
+        take(vb->color_buffer);
+    }
+    std::vector<GLuint> lists;
+    for (ABTNode* node : nodes)
+        for (ABTChunk* chunk : node->chunks) {
+            if (chunk->list != 0) lists.push_back(chunk->list);
+            chunk->list = 0;
+        }
+    // Names from a context that is gone (or a tree that never had one) are only forgotten.
+    if (SDL_GL_GetCurrentContext() == nullptr) return;
+    if (!buffers.empty() && glDeleteBuffersARB != nullptr)
+        glDeleteBuffersARB(static_cast<GLsizei>(buffers.size()), buffers.data());
+    for (GLuint list : lists) glDeleteLists(list, 1);
 }
 
 void ABTTree::CompileDisplayLists() {
