@@ -29,7 +29,7 @@ for exe in build/fuzz/fuzz/fuzz_*; do
     echo "fuzz_$name found a failure; inputs kept in $work"
     status=1
   else
-    grep -E '^#[0-9]+.*DONE' "$work/log" | tail -n 1 || true
+    grep -aE '^#[0-9]+.*DONE' "$work/log" | tail -n 1 || true
     rm -rf "$work"
   fi
 done

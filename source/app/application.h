@@ -80,4 +80,5 @@ private:
     std::chrono::steady_clock::time_point loop_start;  // the first play's first pass
     double logic_seconds = 0.0;                        // timedemo: update, dispatch and clean-up
     double draw_seconds = 0.0;                         // timedemo: the render queue and the swap
+    double play_cpu_start = 0.0;  // the process's CPU seconds when this play started
 };

@@ -289,6 +289,10 @@ def record(binary, demo_path, out_dir):
         if game.wait_exit(60) is None:
             p.fail('the game does not end')
     except Exception:
+        # Ended with "q", a run that went wrong still leaves its demo and digest to look at.
+        if game.running():
+            game.key('q')
+            game.wait_exit(30)
         print('\n'.join(game.output()[-25:]))
         raise
     finally:

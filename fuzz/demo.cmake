@@ -1,0 +1,1 @@
+target_link_libraries(fuzz_demo PRIVATE velmora_engine)
