@@ -24,9 +24,15 @@ if(Python3_Interpreter_FOUND AND TARGET velmora AND TARGET velmora_probe)
     if(gfx_serial_line)
       set_tests_properties(gfx.${gfx_name} PROPERTIES RUN_SERIAL TRUE)
     endif()
+    # A line "# timeout: SECONDS" gives a long script more than the usual five minutes.
+    set(gfx_timeout 300)
+    file(STRINGS ${script} gfx_timeout_line REGEX "^# timeout: [0-9]+$" LIMIT_COUNT 1)
+    if(gfx_timeout_line)
+      string(REGEX REPLACE "^# timeout: " "" gfx_timeout "${gfx_timeout_line}")
+    endif()
     set_tests_properties(gfx.${gfx_name} PROPERTIES
       LABELS "${gfx_labels}"
-      TIMEOUT 300
+      TIMEOUT ${gfx_timeout}
       ENVIRONMENT "VELMORA_BINARY=$<TARGET_FILE:velmora>;VELMORA_PROBE=$<TARGET_FILE:velmora_probe>;PYTHONDONTWRITEBYTECODE=1")
   endforeach()
 endif()

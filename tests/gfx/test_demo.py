@@ -1,4 +1,5 @@
 # labels: app;gfx
+# timeout: 900
 """Demos: the golden demo (data/demos/golden.demo, a played-through run recorded with real
 input) replayed as fast as the machine draws gives the digest its recording printed, and
 the pictures of its three marked passes; a run recorded here with real key presses and
@@ -65,7 +66,7 @@ def case_the_golden_demo_replays_to_its_digest_and_pictures(c):
     game.args = ['--timedemo', GOLDEN, '--shots', shots]
     try:
         game.start()
-        code = game.wait_exit(240)
+        code = game.wait_exit(780)
         c.equal(code, 0, 'the timedemo ends by itself with code 0')
         out = game.output()
         timing = [line for line in out if line.startswith('Timedemo: ')]

@@ -1,4 +1,5 @@
 # labels: app;gfx;soak
+# timeout: 600
 """The soak for two minutes: the start of the golden demo (boot, menus, the level loaded
 for play, the intro, the walk to the switch and its door) played again and again in one
 process ends in the same digest each time, and the resident memory at the start of each
