@@ -2,8 +2,8 @@
 # timeout: 600
 """The soak for two minutes: the start of the golden demo (boot, menus, the level loaded
 for play, the intro, the walk to the switch and its door) played again and again in one
-process ends in the same digest each time, and the resident memory at the start of each
-play stays within 1 MB of the second's (scripts/soak.py; the 30-minute run of the whole
+process ends in the same digest each time, and the resident memory between two plays
+stays within 1 MB of what it was after the first (scripts/soak.py; the 30-minute run of the whole
 demo and its curve are in docs/soak.md)."""
 
 import os
